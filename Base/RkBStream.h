@@ -1,0 +1,61 @@
+#pragma once
+
+#include <atomic>
+#include <concepts>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "Base/RkDevice.h"
+
+/// A buffered byte stream over a device that the caller owns and keeps alive while the stream is used. For one thread at
+/// a time, save for Abort.
+///
+/// The destructor never touches the device (it may be gone) and drops what was not flushed. A read that failed or met the
+/// end stays failed until Reset. Nothing is allocated before the first read or write.
+class QOR_BASE_EXPORT RkBStream {
+public:
+    explicit RkBStream(RkDevice& device);
+    RkBStream(const RkBStream&) = delete;
+    RkBStream& operator=(const RkBStream&) = delete;
+
+    RkDevice& GetDevice() { return m_device; }
+
+    virtual ~RkBStream();
+
+    /// Takes buffered bytes if there are any, else makes one read of the device.
+    /// @return the number of bytes; 0 at the end or on a time-out; -1 on an error
+    virtual ssize_t Read(char* data, size_t count);
+
+    /// Reads exactly `count` bytes into `out`, replacing it. Room grows with what arrives, not with what was asked for.
+    /// @return true when all came; else false, with what came in `out`. A count above SSIZE_MAX (a negative number handed
+    ///         on) fails without reading.
+    virtual bool ReadString(std::string& out, size_t count);
+
+    /// Reads a line without its LF and one CR before it. A last line without terminator is a line.
+    /// @param maxLength  longest line accepted, in bytes without terminator
+    /// @return false with an empty line at the end, on an error or time-out, and for a longer line; and so on until Reset
+    virtual bool ReadLine(std::string& line, size_t maxLength);
+
+    /// Buffers the bytes, writing to the device what does not fit. Throws an RkException when the device fails.
+    virtual void Write(const char* data, size_t count);
+
+    /// Hands all buffered bytes to the device and flushes it. Throws an RkException when the device fails.
+    virtual void Flush();
+
+    /// Drops both buffers and the failed state.
+    virtual void Reset();
+
+    /// The one call from another thread: sets an atomic flag that makes every later read and write fail, until Reset.
+    virtual void Abort();
+
+    RkBStream& operator<<(std::string_view text);
+    RkBStream& operator<<(char character);
+    template <std::integral Integer>
+    requires(!std::same_as<Integer, char> && !std::same_as<Integer, bool>) RkBStream& operator<<(Integer value) {
+        return *this << std::string_view(std::to_string(value));
+    }
+
+private:
+    RkDevice& m_device;
+};

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <mutex>
+
+#include "Base/QorBaseExport.h"
+
+/// A lock that its holder may take again; it is free when it was given back as often as it was taken.
+class QOR_BASE_EXPORT RkCriticalSection {
+public:
+    RkCriticalSection() = default;
+    RkCriticalSection(const RkCriticalSection&) = delete;
+    RkCriticalSection& operator=(const RkCriticalSection&) = delete;
+
+    void Lock() { m_mutex.lock(); }
+    void Unlock() { m_mutex.unlock(); }
+
+private:
+    std::recursive_mutex m_mutex;
+};

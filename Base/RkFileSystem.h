@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+
+#include "Base/RkPath.h"
+#include "Base/RkTypes.h"
+
+/// Questions to the file system. Nothing throws; what cannot be told is empty, false or 0. Safe from any thread.
+class QOR_BASE_EXPORT RkFileSystem {
+public:
+    /// @return the absolute path without links and dots; empty for what cannot be resolved and for a text with a NUL
+    static std::string GetCanonicalPath(const std::string& path);
+
+    static bool IsDir(const RkPath& path);
+    static bool Exists(const RkPath& path);
+
+    /// @return the size in bytes of a file; 0 when it cannot be told
+    static RkUInt64 GetFileSize(const RkPath& path);
+};

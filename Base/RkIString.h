@@ -1,0 +1,28 @@
+#pragma once
+
+#include "Base/RkWString.h"
+
+/// A text with an encoding's rules for letters. A value type.
+class QOR_BASE_EXPORT RkIString {
+public:
+    /// @param encoding  name of the encoding; "ASCII" changes the case of A to Z only, as does every name not known here
+    explicit RkIString(const char* encoding);
+
+    void Assign(const RkWString& text);
+    void ToLower();
+    const RkWString& ToWString() const { return m_text; }
+    const std::string& GetEncoding() const { return m_encoding; }
+
+    bool operator==(const RkIString& other) const { return m_text == other.m_text; }
+    auto operator<=>(const RkIString& other) const { return m_text <=> other.m_text; }
+    std::size_t size() const { return m_text.size(); }
+    bool empty() const { return m_text.empty(); }
+    std::size_t find(const RkWString& part, std::size_t from = 0) const { return m_text.find(part, from); }
+    RkWString substr(std::size_t from, std::size_t count = RkWString::npos) const { return m_text.substr(from, count); }
+    std::string makeString() const { return m_text.makeString(); }
+    friend QOR_BASE_EXPORT std::ostream& operator<<(std::ostream& stream, const RkIString& text);
+
+private:
+    std::string m_encoding;
+    RkWString m_text;
+};

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+
+#include "Base/QorBaseExport.h"
+
+/// A hash of strings for hash maps. A value type.
+class QOR_BASE_EXPORT RkStringHasher {
+public:
+    /// @param prime  mixed into every hash
+    explicit RkStringHasher(long prime);
+    long operator()(const std::string& text) const;
+
+private:
+    long m_prime;
+};

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <memory>
+
+#include "Base/RkPooledThreadFactory.h"
+#include "Base/RkTimePeriod.h"
+
+/// Runs runnables on a set of threads that grows while work waits and shrinks when it is idle.
+///
+/// Work is taken in the order of its arrival; the most recently idle thread is woken first, and only one for each
+/// hand-over. A thread is added when work has *waited*, not whenever one is handed over, so that a burst of short requests
+/// runs on few threads while a thousand silent clients still get theirs. All operations are safe from any thread.
+class QOR_BASE_EXPORT RkThreadPool {
+public:
+    /// Room for 1,000 silent clients and a good many busy ones: a silent client holds its thread until its idle time is
+    /// over, and a thread that waits costs a few pages.
+    static constexpr int DEFAULT_MAX_POOL_SIZE = 1200;
+
+    /// Enough for a machine of a few cores to answer short requests without a start-up delay.
+    static constexpr int DEFAULT_START_POOL_SIZE = 4;
+
+    /// @param maxSize          most threads at a time; below 1 reads as 1
+    /// @param startSize        threads made at once and kept; held to 0..maxSize
+    /// @param deleteRunnables  whether the pool deletes a runnable after its Run (or when it is dropped by Stop)
+    /// @param poolWaitTime     milliseconds that work may wait before threads are added, as many at once as work is then
+    ///                         waiting; 0 is the default of 2 ms
+    /// @param idle             time after which an idle thread beyond startSize ends; zero or less: never
+    /// @param factory          borrowed, may be null; must outlive the pool
+    RkThreadPool(int maxSize, int startSize, bool deleteRunnables, int poolWaitTime, const RkTimePeriod& idle,
+                 RkPooledThreadFactory* factory);
+
+    /// Stops, and joins what is left.
+    ~RkThreadPool();
+    RkThreadPool(const RkThreadPool&) = delete;
+    RkThreadPool& operator=(const RkThreadPool&) = delete;
+
+    /// Hands work to the pool. After Stop an owned runnable is deleted without running, and another is ignored. Null is
+    /// ignored.
+    void DoWork(RkRunnable* work);
+
+    /// Calls Stop of every running runnable, drops the queued ones (deleting those it owns) and joins all threads, except
+    /// the caller when it is one of them and those that are inside RkThread::WaitForThread. So a server may be stopped by
+    /// one of its own connections. A second call joins again what has come free.
+    ///
+    /// A runnable's Stop is called under that worker's own lock, which also guards its deletion: a Stop must not wait for
+    /// its own Run to end.
+    void Stop();
+
+    int GetTotal() const;   ///< threads alive
+    int GetIdle() const;    ///< threads waiting for work
+    int GetQueued() const;  ///< runnables waiting for a thread
+
+private:
+    class Impl;
+    std::unique_ptr<Impl> m_impl;
+};

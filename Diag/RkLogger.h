@@ -1,0 +1,45 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <string>
+
+#include "Base/QorBaseExport.h"
+#include "Diag/RkLevel.h"
+#include "Diag/RkLogSink.h"
+
+namespace kstr::diag {
+
+/// A named source of log lines. Names are dotted paths: a level set for "Qor.Network" holds for "Qor.Network.Network.X"
+/// unless a nearer name has one of its own. The root's level is LV_WARN.
+///
+/// Loggers of equal names share one node, looked up once in the constructor; nodes live for ever. All operations are safe
+/// from any thread.
+class QOR_BASE_EXPORT RkLogger {
+public:
+    explicit RkLogger(const std::string& name);
+
+    /// Costs one atomic load.
+    bool isEnabled(RkLevel level) const { return level >= m_node->level.load(std::memory_order_relaxed); }
+
+    const std::string& getName() const { return m_node->name; }
+
+    /// @param name  dotted name; empty is the root
+    static void setLevel(const std::string& name, RkLevel level);
+
+    /// @param sink  takes all later lines; null: standard error, as at first
+    static void setSink(std::shared_ptr<RkLogSink> sink);
+
+private:
+    friend class RkLogStream;
+
+    struct Node {
+        std::string name;
+        std::atomic<int> level;  ///< the one in force: its own or the nearest parent's
+    };
+    struct Registry;
+
+    const Node* m_node;
+};
+
+}  // namespace kstr::diag
