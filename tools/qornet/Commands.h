@@ -1,0 +1,29 @@
+/// What the commands of qornet share: how they are added, how they fail, how they print.
+///
+/// A command is one file: `void Add<Command>(CLI::App&)` adds a subcommand whose callback does the work. Data goes to
+/// standard output, words to standard error. The callback throws CommandFailed for exit status 1 (any other
+/// std::exception counts as that too) and UsageError for exit status 2; when it returns, the status is 0.
+#pragma once
+
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <stdexcept>
+#include <string>
+
+/// The work could not be done; the text says what was wrong and, where that helps, what to do.
+class CommandFailed : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+/// The command was called wrongly in a way that the parser cannot see.
+class UsageError : public CLI::ValidationError {
+public:
+    explicit UsageError(const std::string& text) : CLI::ValidationError(text) {}
+};
+
+/// Parses the arguments, runs the command and tells what went wrong. @return the exit status
+int RunCommand(CLI::App& app, int argc, const char* const* argv);
+
+/// Prints one `name: value` line on standard output.
+void PrintField(const std::string& name, const std::string& value);
