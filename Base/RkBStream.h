@@ -11,10 +11,15 @@
 /// A buffered byte stream over a device that the caller owns and keeps alive while the stream is used. For one thread at
 /// a time, save for Abort.
 ///
-/// The destructor never touches the device (it may be gone) and drops what was not flushed. A read that failed or met the
-/// end stays failed until Reset. Nothing is allocated before the first read or write.
+/// The destructor never touches the device (it may be gone) and drops what was not flushed. A line or string read that
+/// failed or met the end ends reading, and a failed write ends writing, until Reset. Nothing is allocated before the first
+/// read or write.
 class QOR_BASE_EXPORT RkBStream {
 public:
+    /// Bytes of each of the two buffers. Holds nearly every request head, and the whole of a small answer with its head, and
+    /// is small enough for thousands of connections at once.
+    static constexpr size_t BUFFER_SIZE = 8192;
+
     explicit RkBStream(RkDevice& device);
     RkBStream(const RkBStream&) = delete;
     RkBStream& operator=(const RkBStream&) = delete;
@@ -23,8 +28,8 @@ public:
 
     virtual ~RkBStream();
 
-    /// Takes buffered bytes if there are any, else makes one read of the device.
-    /// @return the number of bytes; 0 at the end or on a time-out; -1 on an error
+    /// Takes buffered bytes if there are any, else makes one read of the device. May be tried again after a time-out.
+    /// @return the number of bytes; 0 at the end, on a time-out and once reading has ended; -1 on an error
     virtual ssize_t Read(char* data, size_t count);
 
     /// Reads exactly `count` bytes into `out`, replacing it. Room grows with what arrives, not with what was asked for.
@@ -56,6 +61,36 @@ public:
         return *this << std::string_view(std::to_string(value));
     }
 
+    /// @return the number of bytes that can be read without the device; 0 after Abort
+    size_t Buffered() const { return m_aborted ? 0 : m_inputEnd - m_inputBegin; }
+
+    /// What was written and not yet handed to the device: for who writes to the device directly, together with more. Valid
+    /// until the next write.
+    std::string_view GetPending() const { return {m_output.get(), m_outputSize}; }
+
+    /// Forgets what GetPending gives, once the caller has handed it to the device.
+    void DropPending() { m_outputSize = 0; }
+
 private:
+    enum class ReadState { Open, Ended, Failed };
+
+    size_t TakeInput(char* data, size_t count);
+    bool TakeLinePart(std::string& line);
+    bool FillInput();
+    ssize_t ReadDevice(char* data, size_t count);
+    bool StopReading(ReadState why);
+    void RequireWritable() const;
+    void BufferOutput(const char* data, size_t count);
+    void WriteOutput();
+    void WriteDevice(const char* data, size_t count);
+
     RkDevice& m_device;
+    std::atomic<bool> m_aborted = false;
+    ReadState m_readState = ReadState::Open;
+    bool m_writeFailed = false;
+    std::unique_ptr<char[]> m_input;  ///< made by the first read that needs it; unread bytes from begin to end
+    size_t m_inputBegin = 0;
+    size_t m_inputEnd = 0;
+    std::unique_ptr<char[]> m_output;  ///< made by the first write that fits
+    size_t m_outputSize = 0;
 };

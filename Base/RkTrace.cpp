@@ -1,0 +1,3 @@
+#include "Base/RkTrace.h"
+
+RkTrace::~RkTrace() = default;
