@@ -1,0 +1,82 @@
+#pragma once
+
+#include "Network/Network/RkSocket.h"
+
+/// A TCP socket: connects, listens, accepts, and moves bytes with one system call a Read or Write.
+///
+/// The virtual operations stand in slot order after RkSocket's. Failures throw an RkNetworkException with the errno of the
+/// failed call in its message; reads and writes never throw. Ownership, threads: as RkSocket.
+class QOR_NETWORK_EXPORT RkTcpSocket : public RkSocket {
+public:
+    RkTcpSocket();
+
+    /// Opens nothing yet.
+    /// @param inetAddr   where Bind() will bind
+    /// @param reuseAddr  whether Open switches SO_REUSEADDR on
+    RkTcpSocket(const RkInetAddress& inetAddr, bool reuseAddr);
+
+    /// Copies the local address alone: no handle, no SO_REUSEADDR.
+    RkTcpSocket(const RkTcpSocket& sock);
+
+    /// Takes the handle alone: both objects then name one descriptor, which one of them must close. This is how an
+    /// accepted handle is handed on (test CopyHasNoHandleAndAssignmentSharesIt).
+    RkTcpSocket& operator=(const RkTcpSocket& sock);
+
+    ~RkTcpSocket() override;
+
+    /// One receive. @return bytes, 0 at the end of the stream, -1 with errno set
+    ssize_t Read(char* buff, size_t bytes) override;
+
+    /// One send, without SIGPIPE. @return bytes taken (maybe fewer), -1 with errno set
+    ssize_t Write(const char* buff, size_t bytes) override;
+
+    /// Nothing is held back. @return true
+    bool Flush() override;
+
+    ssize_t Read(char* buff, size_t bytes, const RkTimePeriod& timeout) override;
+
+    /// Closes, then opens with SO_REUSEADDR on whatever the constructor was told (kept; test ResetAlwaysReusesTheAddress).
+    void Reset() override;
+
+    /// One send once there is room, which is waited for at most `timeout` (zero: without limit). On a blocking socket the
+    /// send itself may wait for longer.
+    /// @return as Write; 0 after the time-out, -1 when the wait failed
+    virtual ssize_t Write(const char* buff, size_t bytes, const RkTimePeriod& timeout);
+
+    /// Opens on demand and connects to an IPv4 endpoint. Throws "Connect failed: " + errno; the socket is closed then.
+    virtual void Connect(const RkInetAddress& remoteAddr);
+
+    /// As above within `timeout` (zero: without limit); also throws "Connect timed out: ". The blocking mode is as before.
+    virtual void Connect(const RkInetAddress& remoteAddr, const RkTimePeriod& timeout);
+
+    /// @param enable  true collects small writes (the default of a socket), false sends each at once
+    virtual void SetNagleEnabled(bool enable);
+
+    /// Opens on demand and binds to the local address of the constructor, or to `address`, which is kept.
+    virtual void Bind();
+    virtual void Bind(const RkInetAddress& address);
+
+    virtual void Listen(int backlog);
+
+    /// Waits for a client and gives its handle (close-on-exec, blocking) to `newSocket`, whose old handle is not closed.
+    virtual void Accept(RkTcpSocket& newSocket);
+
+    /// As above within `timeout` (zero: without limit). @return false after the time-out
+    virtual bool Accept(RkTcpSocket& newSocket, const RkTimePeriod& timeout);
+
+    /// Called on each accepted socket by the servers; a hook for handshakes. Nothing here.
+    virtual void AcceptSocket();
+
+    /// Closes by resetting the connection: what was not sent is dropped and the peer gets an error. Nothing if closed.
+    virtual void CloseForce();
+
+    /// Opens a closed socket; nothing on an open one. @return success
+    virtual RkErrorCode Open();
+
+    /// Does nothing and returns 0. Not Close, in spite of its name; kept for its slot.
+    virtual int close();
+
+protected:
+    RkInetAddress m_inetAddr;  ///< where Bind() binds
+    bool m_reuseAddr;          ///< for Open
+};
