@@ -2,10 +2,11 @@
 
 #include "Base/RkWString.h"
 
-/// A text with an encoding's rules for letters. A value type.
+/// A text for comparison without regard to case, with the name of an encoding. A value type.
 class QOR_BASE_EXPORT RkIString {
 public:
-    /// @param encoding  name of the encoding; "ASCII" changes the case of A to Z only, as does every name not known here
+    /// @param encoding  name of the encoding, kept for GetEncoding; null reads as empty. The letters are A to Z, as in "ASCII",
+    ///                  whatever it says.
     explicit RkIString(const char* encoding);
 
     void Assign(const RkWString& text);
