@@ -71,6 +71,9 @@ public:
     /// Adds the values of all parameters with this name to `values`, in order.
     void getAllValues(const std::string& name, std::vector<std::string>& values) const;
 
+    /// All parameters, in the order parsed or added; valid until the next change.
+    const std::vector<valueType_t>& getParameters() const { return m_params; }
+
     /// @return a line for each parameter: "name=", name, " value=", value, " encrypted?=", "true" or "false"
     std::string getCgiString() const;
 
