@@ -1,0 +1,3 @@
+#include "Network/Network/RkPrintSelf.h"
+
+RkPrintSelf::~RkPrintSelf() = default;
