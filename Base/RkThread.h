@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <memory>
 
 #include "Base/RkOS.h"
@@ -49,6 +48,18 @@ public:
     static void Sleep(unsigned milliseconds);
 
 private:
+    friend class RkThreadPool;
+
     struct State;  ///< what the system thread and its waiters share; outlives this object if need be
-    std::shared_ptr<State> m_state;
+    class WaitMark;
+    class Ending;
+
+    static void Entry(RkThread* self, std::shared_ptr<State> state);
+
+    /// As WaitForThread, but also over as soon as `thread` itself waits for a thread.
+    static void WaitUnlessItWaits(RkThread& thread);
+
+    RkThreadGroup& m_group;
+    RkRunnable* m_work;  ///< borrowed; null: a subclass is its own work
+    const std::shared_ptr<State> m_state;
 };

@@ -23,8 +23,9 @@ private:
     RkLevel m_level;
 };
 
-/// Logs, at LV_ERROR, that the statement at this place threw the exception now being handled. Never throws.
-QOR_BASE_EXPORT void LogBrokenStatement(RkLogger& logger, const char* file, const char* function, int line) noexcept;
+/// Logs, at LV_ERROR, that the statement at this place threw the exception now being handled. Lets no exception out; only
+/// a forced unwinding (pthread_exit, cancellation), which must not be stopped, goes on.
+QOR_BASE_EXPORT void LogBrokenStatement(RkLogger& logger, const char* file, const char* function, int line);
 
 }  // namespace kstr::diag
 

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "Base/QorBaseExport.h"
 #include "Diag/RkLevel.h"
@@ -18,6 +19,7 @@ namespace kstr::diag {
 class QOR_BASE_EXPORT RkLogger {
 public:
     explicit RkLogger(const std::string& name);
+    explicit RkLogger(const char* name);  ///< the same without a copy of the name
 
     /// Costs one atomic load.
     bool isEnabled(RkLevel level) const { return level >= m_node->level.load(std::memory_order_relaxed); }
@@ -34,10 +36,15 @@ private:
     friend class RkLogStream;
 
     struct Node {
-        std::string name;
+        Node(std::string_view nodeName, int levelInForce) : name(nodeName), level(levelInForce) {}
+
+        const std::string name;
         std::atomic<int> level;  ///< the one in force: its own or the nearest parent's
     };
-    struct Registry;
+    class Registry;
+
+    /// Hands a record to the sink; what the sink throws comes through.
+    static void write(const RkLogRecord& record);
 
     const Node* m_node;
 };

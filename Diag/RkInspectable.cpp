@@ -1,0 +1,7 @@
+#include "Diag/RkInspectable.h"
+
+namespace kstr::diag {
+
+RkInspectable::~RkInspectable() = default;
+
+}  // namespace kstr::diag

@@ -1,0 +1,7 @@
+#include "Diag/RkInspector.h"
+
+namespace kstr::diag {
+
+RkInspector::~RkInspector() = default;
+
+}  // namespace kstr::diag

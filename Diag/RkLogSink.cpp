@@ -1,0 +1,7 @@
+#include "Diag/RkLogSink.h"
+
+namespace kstr::diag {
+
+RkLogSink::~RkLogSink() = default;
+
+}  // namespace kstr::diag

@@ -1,0 +1,74 @@
+#pragma once
+
+#include <algorithm>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "Diag/RkLogger.h"
+
+/// A log sink that keeps what it gets. Safe from any thread.
+class CapturingSink : public kstr::diag::RkLogSink {
+public:
+    struct Record {
+        kstr::diag::RkLevel level;
+        std::string logger, message;
+        bool operator==(const Record&) const = default;
+    };
+
+    void write(const kstr::diag::RkLogRecord& record) override {
+        const std::lock_guard guard(m_lock);
+        m_records.push_back({record.level, record.logger, record.message});
+    }
+
+    std::vector<Record> Records() const {
+        const std::lock_guard guard(m_lock);
+        return m_records;
+    }
+
+    /// The messages alone, in the order in which they came.
+    std::vector<std::string> Messages() const {
+        std::vector<std::string> messages;
+        for (const auto& record : Records())
+            messages.push_back(record.message);
+        return messages;
+    }
+
+    bool Has(const std::string& message) const {
+        const auto messages = Messages();
+        return std::find(messages.begin(), messages.end(), message) != messages.end();
+    }
+
+    void Clear() {
+        const std::lock_guard guard(m_lock);
+        m_records.clear();
+    }
+
+private:
+    mutable std::mutex m_lock;  ///< guards m_records
+    std::vector<Record> m_records;
+};
+
+/// For one scope, logging goes to a capturing sink, with a level for everything below `name`; then standard error and the
+/// root's usual level again.
+class LogCapture {
+public:
+    explicit LogCapture(kstr::diag::RkLevel level = kstr::diag::LV_ALL, const std::string& name = "")
+        : m_name(name), m_sink(std::make_shared<CapturingSink>()) {
+        kstr::diag::RkLogger::setSink(m_sink);
+        kstr::diag::RkLogger::setLevel(m_name, level);
+    }
+    ~LogCapture() {
+        kstr::diag::RkLogger::setLevel(m_name, kstr::diag::LV_WARN);
+        kstr::diag::RkLogger::setSink(nullptr);
+    }
+    LogCapture(const LogCapture&) = delete;
+    LogCapture& operator=(const LogCapture&) = delete;
+
+    CapturingSink* operator->() const { return m_sink.get(); }
+
+private:
+    const std::string m_name;
+    const std::shared_ptr<CapturingSink> m_sink;
+};
