@@ -57,7 +57,8 @@ public:
     void parse(const RkWString& path);
 
     /// Makes getDomains anew from a distinguished name. A comma between double quotes is part of its component; a quote
-    /// after a backslash is an ordinary character. Empty components are left out.
+    /// after a backslash is an ordinary character. Empty components are left out. The room taken grows with the square of
+    /// the number of components, so a domain from an untrusted peer is limited in length first.
     void parseDomain(const RkWString& domain);
 
 private:
