@@ -34,6 +34,10 @@ public:
     /// Closes the socket under the lock, so that no other thread is about to send on its descriptor.
     void Close(RkUdpSocket& socket);
 
+    /// Ends both directions of the socket under the lock, which wakes whoever waits for its datagrams. Nothing when it is
+    /// closed already.
+    void Wake(RkUdpSocket& socket);
+
 private:
     RkUdpCriticalSection() = default;
     ~RkUdpCriticalSection() = default;

@@ -50,7 +50,7 @@ public:
 
     void HandleInspection(kstr::diag::RkInspector& inspector) override;  ///< reports PrintSelf as "TARNUdpServer"
 
-    /// Prints the state; level 3 also lists the connections. Safe from any thread.
+    /// Level 1 and above print address and state; level 3 also lets each connection print itself, while the table is locked.
     void PrintSelf(std::ostream& stream, PrintSelfLevel level) override;
 
     /// Makes the object that receives the next datagram. Called in the server's thread; the server owns the result and hands
@@ -61,15 +61,33 @@ public:
     /// Takes a connection out of the table; an unknown one is ignored. Neither stops nor deletes it.
     void CloseConnection(RkUdpConnection* connection);
 
-protected:
+    /// @return where the server listens; 0.0.0.0 port 0 once the socket is closed
+    RkInetAddress GetLocalAddress() const;
+
+private:
+    /// Closes itself at the end: no thread does so for a server that never ran or whose constructor threw.
+    class ServerSocket : public RkUdpSocket {
+    public:
+        using RkUdpSocket::RkUdpSocket;
+        ~ServerSocket() override { Close(); }
+    };
+
+    /// The connections in the pool; key and value are the same.
     using conmap_t = std::map<RkUdpConnection*, RkUdpConnection*>;
 
+    void ReceiveUntilStopped();
+    void TakeDatagram();
+    void DropDatagram();
+    void Enter(RkUdpConnection* connection);
+    void Finish();
+    bool HasConnections() const;
+
     std::atomic<bool> m_shutdown{false};
-    RkUdpSocket m_socket;      ///< closed by the receiving thread only, under the lock of RkUdpCriticalSection
-    RkCriticalSection m_sync;  ///< guards m_map
-    conmap_t m_map;            ///< connections in the pool; owned by it
+    mutable ServerSocket m_socket;     ///< closed by the receiving thread, under the lock of RkUdpCriticalSection
+    mutable RkCriticalSection m_sync;  ///< guards m_map
+    conmap_t m_map;                    ///< does not own the connections
     RkThreadPool m_pool;
     RkEvent m_event;                           ///< posted when Run has closed the socket
     std::atomic<const char*> m_state{"init"};  ///< a constant text
-    int m_timeout;                             ///< milliseconds
+    const int m_timeout;                       ///< milliseconds
 };
