@@ -85,4 +85,7 @@ protected:
 
     static RkCriticalSection s_callbackLock;
     static RkCriticalSection s_lock;
+
+private:
+    static void ReportHit(const std::string& user, unsigned long a, unsigned long b);
 };
