@@ -38,13 +38,8 @@ int PendingError(SOCKET sock) {
 // An interrupted connect goes on in the kernel; calling it again would only say EALREADY.
 int AwaitConnection(SOCKET sock) {
     pollfd wanted{sock, POLLOUT, 0};
-    if (Uninterrupted([&] { return ::poll(&wanted, 1, -1); }) == -1)
-        return -1;
-    const int error = PendingError(sock);
-    if (error == 0)
-        return 0;
-    errno = error;
-    return -1;
+    const int ready = Uninterrupted([&] { return ::poll(&wanted, 1, -1); });
+    return ready != -1 && RkIO::IsConnected(sock) ? 0 : -1;
 }
 
 }  // namespace
