@@ -8,6 +8,7 @@
 
 #include "Base/RkCriticalSection.h"
 #include "Base/RkEvent.h"
+#include "Base/RkSemLock.h"
 #include "Base/RkThread.h"
 #include "Base/RkThreadPool.h"
 #include "Base/RkTypes.h"
@@ -128,6 +129,15 @@ public:
     int GetTotalThreads() const;             ///< pool threads
     int GetIdleThreads() const;              ///< pool threads that wait for work
     int GetQueuedWork() const;               ///< connections (and other work) that wait for a pool thread
+
+    /// Calls `visit(RkTcpConnection&)` for each connection in the table, which is locked meanwhile: so `visit` reads constants
+    /// and atomics or wakes sockets, waits for nothing, and does not destroy the connection.
+    template <class Visitor>
+    void VisitConnections(const Visitor& visit) const {
+        const RkSemLock lock(m_sync);
+        for (const auto& entry : m_map)
+            visit(*entry.first);
+    }
 
     /// What a stopped server leaves behind, in words for a trace: whether all connections are gone. The server itself
     /// writes it nowhere.
