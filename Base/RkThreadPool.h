@@ -51,6 +51,7 @@ public:
     int GetQueued() const;  ///< runnables waiting for a thread
 
 private:
+    class Worker;
     class Impl;
     std::unique_ptr<Impl> m_impl;
 };

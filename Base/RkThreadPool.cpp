@@ -1,0 +1,475 @@
+#include "Base/RkThreadPool.h"
+
+#include <pthread.h>
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Base/RkDeadline.h"
+#include "Base/RkException.h"
+#include "Base/RkSwallow.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr int DEFAULT_WAIT_MS = 2;
+
+/// How long the pool waits after the system or the factory had no thread to give.
+constexpr auto RETRY_AFTER = std::chrono::milliseconds(100);
+
+void NameThread(const std::string& name) {
+    ::pthread_setname_np(::pthread_self(), name.substr(0, 15).c_str());  // the system refuses longer ones
+}
+
+}  // namespace
+
+/// A place in the pool for one thread at a time: the loop that the thread runs, and where work is handed to it. Places are
+/// used again and last as long as the pool, so that a late notification never meets freed memory.
+class RkThreadPool::Worker : public RkRunnable {
+public:
+    Worker(Impl& pool, std::size_t number) : m_pool(pool), m_number(number) {}
+
+    void Run() override;
+    void Stop() override;
+
+    /// Hands work to the idle thread.
+    /// @return false when the thread was told to end before
+    bool Give(RkRunnable* work);
+
+    /// @return what was given by then; null: nothing, or the thread shall end
+    RkRunnable* AwaitWork();
+    RkRunnable* AwaitWork(Clock::time_point deadline);
+
+    /// Tells the thread to end, and what it runs to stop.
+    void End();
+
+    // These are the pool's, under its lock.
+    std::unique_ptr<RkThread> thread;
+    bool isCounted = false;   ///< in the pool's total
+    bool isStarting = false;  ///< has not asked for work yet
+
+private:
+    bool HasNews() const { return m_given || m_mustEnd; }
+    void Execute(RkRunnable* work);
+    bool Begin(RkRunnable* work);
+    void Finish();
+    void StopRunning();
+
+    Impl& m_pool;
+    const std::size_t m_number;
+    std::mutex m_lock;                  ///< guards all that follows; a runnable's Stop is called under it
+    std::condition_variable m_changed;  ///< HasNews
+    RkRunnable* m_given = nullptr;      ///< handed over, not yet taken
+    RkRunnable* m_running = nullptr;    ///< null again before it is deleted
+    bool m_mustEnd = false;
+};
+
+/// The queue, the stack of idle workers, and the supervisor: a thread that sleeps while no work waits and adds threads for
+/// work that has waited too long. Its loop is this class's Run.
+///
+/// Work is queued only while no worker is idle, and a worker goes idle only while no work is queued.
+class RkThreadPool::Impl : public RkRunnable {
+public:
+    Impl(int maxSize, int startSize, bool deleteRunnables, int poolWaitTime, const RkTimePeriod& idle,
+         RkPooledThreadFactory* factory);
+    ~Impl() override;
+
+    void DoWork(RkRunnable* work);
+    void Run() override;
+    void Stop() override;
+    int GetTotal() const;
+    int GetIdle() const;
+    int GetQueued() const;
+
+    /// Waits for work.
+    /// @return null when the thread of `worker` shall end
+    RkRunnable* NextFor(Worker& worker);
+
+    /// The thread of `worker` has nothing left to do.
+    void Leave(Worker& worker);
+
+    /// Deletes a runnable that the pool owns.
+    void Dispose(RkRunnable* work) const;
+
+private:
+    struct Waiting {
+        RkRunnable* work;
+        Clock::time_point since;
+    };
+    using Guard = std::unique_lock<std::mutex>;
+
+    RkRunnable* TakeFirst();
+    RkRunnable* AwaitWork(Worker& worker);
+    bool MayEnd(Worker& worker);
+    void Uncount(Worker& worker);
+    bool WorkWaits() const;
+    Clock::time_point WhenToGrow() const;
+    void Grow(Guard& guard);
+    bool AddThread(Guard& guard);
+    bool StartThread(Worker& worker, Guard& guard);
+    Worker& FreePlace();
+    bool Close();
+
+    const int m_maxSize;
+    const int m_startSize;
+    const bool m_deleteRunnables;
+    const std::chrono::milliseconds m_waitTime;
+    const RkTimePeriod m_idleTime;
+    RkPooledThreadFactory m_defaultFactory;
+    RkPooledThreadFactory& m_factory;
+
+    mutable std::mutex m_lock;            ///< guards all that follows; no other lock is taken under it
+    std::condition_variable m_attention;  ///< for the supervisor: work waits, or the pool stops
+    std::deque<Waiting> m_queue;
+    std::vector<Worker*> m_idle;    ///< the most recently idle one last
+    std::deque<Worker> m_workers;   ///< every place ever made
+    std::vector<Worker*> m_free;    ///< places without a thread
+    Worker* m_lastEnded = nullptr;  ///< its thread has ended and is still to be joined
+    Clock::time_point m_retryAt{};  ///< no thread is made before
+    int m_total = 0;                ///< threads alive or being made
+    int m_starting = 0;             ///< of these, the ones that have not asked for work yet
+    bool m_watching = false;        ///< the supervisor looks at the queue again without being woken
+    bool m_stopped = false;
+
+    RkThread m_supervisor;
+};
+
+// ---- a worker's thread
+
+void RkThreadPool::Worker::Run() {
+    struct Leaving {
+        Worker& worker;
+        ~Leaving() { worker.m_pool.Leave(worker); }
+    } const leaving{*this};  // also when the thread is unwound by force
+    NameThread("qor-pool-" + std::to_string(m_number));
+    while (RkRunnable* work = m_pool.NextFor(*this))
+        Execute(work);
+}
+
+void RkThreadPool::Worker::Execute(RkRunnable* work) {
+    struct Finishing {
+        Worker& worker;
+        RkRunnable* work;
+        ~Finishing() {
+            worker.Finish();
+            worker.m_pool.Dispose(work);
+        }
+    } const finishing{*this, work};
+    if (Begin(work))
+        Swallowing("RkRunnable::Run", [work] { work->Run(); });
+}
+
+/// @return false when the pool has stopped meanwhile; after true, End finds the work and stops it
+bool RkThreadPool::Worker::Begin(RkRunnable* work) {
+    const std::lock_guard guard(m_lock);
+    if (!m_mustEnd)
+        m_running = work;
+    return !m_mustEnd;
+}
+
+void RkThreadPool::Worker::Finish() {
+    const std::lock_guard guard(m_lock);
+    m_running = nullptr;
+}
+
+RkRunnable* RkThreadPool::Worker::AwaitWork() {
+    std::unique_lock guard(m_lock);
+    m_changed.wait(guard, [this] { return HasNews(); });
+    return std::exchange(m_given, nullptr);
+}
+
+RkRunnable* RkThreadPool::Worker::AwaitWork(Clock::time_point deadline) {
+    std::unique_lock guard(m_lock);
+    m_changed.wait_until(guard, deadline, [this] { return HasNews(); });
+    return std::exchange(m_given, nullptr);
+}
+
+// Notifies after the lock is given back: otherwise the woken thread might run into it.
+bool RkThreadPool::Worker::Give(RkRunnable* work) {
+    {
+        const std::lock_guard guard(m_lock);
+        if (m_mustEnd)
+            return false;
+        m_given = work;
+    }
+    m_changed.notify_one();
+    return true;
+}
+
+void RkThreadPool::Worker::End() {
+    const std::lock_guard guard(m_lock);
+    m_mustEnd = true;
+    m_changed.notify_one();
+    StopRunning();
+}
+
+void RkThreadPool::Worker::Stop() {
+    const std::lock_guard guard(m_lock);
+    StopRunning();
+}
+
+void RkThreadPool::Worker::StopRunning() {
+    if (m_running)
+        Swallowing("RkRunnable::Stop", [this] { m_running->Stop(); });
+}
+
+// ---- handing work over
+
+RkThreadPool::Impl::Impl(int maxSize, int startSize, bool deleteRunnables, int poolWaitTime, const RkTimePeriod& idle,
+                         RkPooledThreadFactory* factory)
+    : m_maxSize(std::max(maxSize, 1)),
+      m_startSize(std::clamp(startSize, 0, m_maxSize)),
+      m_deleteRunnables(deleteRunnables),
+      m_waitTime(poolWaitTime > 0 ? poolWaitTime : DEFAULT_WAIT_MS),
+      m_idleTime(idle),
+      m_factory(factory ? *factory : m_defaultFactory),
+      m_supervisor(*this) {
+    m_supervisor.Start();
+    Guard guard(m_lock);
+    while (m_total < m_startSize && AddThread(guard)) {}
+}
+
+RkThreadPool::Impl::~Impl() {
+    Stop();
+    for (auto& worker : m_workers)
+        worker.thread.reset();  // waits for those that Stop left alone
+}
+
+void RkThreadPool::Impl::DoWork(RkRunnable* work) {
+    Guard guard(m_lock);
+    if (m_stopped) {
+        guard.unlock();
+        Dispose(work);
+    } else if (!m_idle.empty()) {
+        Worker* worker = m_idle.back();
+        m_idle.pop_back();
+        guard.unlock();
+        if (!worker->Give(work))
+            Dispose(work);
+    } else {
+        m_queue.push_back({work, Clock::now()});
+        if (m_watching || !WorkWaits())
+            return;
+        m_watching = true;
+        guard.unlock();
+        m_attention.notify_one();
+    }
+}
+
+RkRunnable* RkThreadPool::Impl::NextFor(Worker& worker) {
+    {
+        const Guard guard(m_lock);
+        m_starting -= std::exchange(worker.isStarting, false);
+        if (m_stopped)
+            return nullptr;
+        if (!m_queue.empty())
+            return TakeFirst();
+        m_idle.push_back(&worker);
+    }
+    return AwaitWork(worker);
+}
+
+RkRunnable* RkThreadPool::Impl::TakeFirst() {
+    RkRunnable* work = m_queue.front().work;
+    m_queue.pop_front();
+    return work;
+}
+
+// A thread that is kept when its idle time is over waits without limit from then on: threads are added only when none is
+// idle, so there is no need to look again before it was busy.
+RkRunnable* RkThreadPool::Impl::AwaitWork(Worker& worker) {
+    if (m_idleTime > RkTimePeriod()) {
+        if (RkRunnable* work = worker.AwaitWork(DeadlineAfter(m_idleTime)))
+            return work;
+        if (MayEnd(worker))
+            return nullptr;
+    }
+    return worker.AwaitWork();
+}
+
+/// Takes an idle worker that the pool can spare off the stack. One that is not there any more has work on its way.
+bool RkThreadPool::Impl::MayEnd(Worker& worker) {
+    const Guard guard(m_lock);
+    const auto place = std::find(m_idle.begin(), m_idle.end(), &worker);
+    if (place == m_idle.end() || m_total <= m_startSize)
+        return false;
+    m_idle.erase(place);
+    Uncount(worker);
+    return true;
+}
+
+void RkThreadPool::Impl::Uncount(Worker& worker) {
+    m_total -= std::exchange(worker.isCounted, false);
+    m_starting -= std::exchange(worker.isStarting, false);
+}
+
+// Each thread that ends joins the one that ended before it, so that never more than one is left unjoined.
+void RkThreadPool::Impl::Leave(Worker& worker) {
+    std::unique_ptr<RkThread> before;
+    const Guard guard(m_lock);
+    Uncount(worker);
+    if (m_stopped)
+        return;
+    if (m_lastEnded) {
+        before = std::move(m_lastEnded->thread);
+        m_free.push_back(m_lastEnded);
+    }
+    m_lastEnded = &worker;
+    if (!m_queue.empty())
+        m_attention.notify_one();  // unwound by force: there is room now for work that waits
+}
+
+void RkThreadPool::Impl::Dispose(RkRunnable* work) const {
+    if (m_deleteRunnables)
+        delete work;
+}
+
+// ---- growing
+
+void RkThreadPool::Impl::Run() {
+    NameThread("qor-pool-watch");
+    Guard guard(m_lock);
+    while (!m_stopped) {
+        m_watching = WorkWaits();
+        if (!m_watching)
+            m_attention.wait(guard);
+        else if (const auto due = WhenToGrow(); Clock::now() < due)
+            m_attention.wait_until(guard, due);
+        else
+            Grow(guard);
+    }
+}
+
+/// @return whether there is work that no thread is about to take, and room for one more thread
+bool RkThreadPool::Impl::WorkWaits() const {
+    return m_queue.size() > static_cast<std::size_t>(m_starting) && m_total < m_maxSize;
+}
+
+Clock::time_point RkThreadPool::Impl::WhenToGrow() const {
+    const auto patience = m_total == 0 ? std::chrono::milliseconds(0) : m_waitTime;
+    return std::max(m_queue[static_cast<std::size_t>(m_starting)].since + patience, m_retryAt);
+}
+
+/// Adds a thread for each runnable that waits now.
+void RkThreadPool::Impl::Grow(Guard& guard) {
+    while (!m_stopped && WorkWaits())
+        if (!AddThread(guard)) {
+            m_retryAt = Clock::now() + RETRY_AFTER;
+            return;
+        }
+}
+
+/// Lets go of the lock while it makes the thread.
+/// @return false when there is none to be had
+bool RkThreadPool::Impl::AddThread(Guard& guard) {
+    Worker& worker = FreePlace();
+    worker.isCounted = worker.isStarting = true;
+    ++m_total;
+    ++m_starting;
+    if (StartThread(worker, guard))
+        return true;
+    const auto unused = std::move(worker.thread);
+    Uncount(worker);
+    m_free.push_back(&worker);
+    return false;
+}
+
+bool RkThreadPool::Impl::StartThread(Worker& worker, Guard& guard) {
+    bool isStarted = false;
+    guard.unlock();
+    Swallowing("the start of a pool thread", [&] {
+        std::unique_ptr<RkThread> made(m_factory.CreateThread(&worker));
+        if (!made)
+            throw RkException("The factory made none");
+        RkThread& thread = *made;
+        guard.lock();
+        worker.thread = std::move(made);
+        guard.unlock();
+        thread.Start();
+        isStarted = true;
+    });
+    guard.lock();
+    return isStarted;
+}
+
+RkThreadPool::Worker& RkThreadPool::Impl::FreePlace() {
+    if (m_free.empty())
+        return m_workers.emplace_back(*this, m_workers.size() + 1);
+    Worker* worker = m_free.back();
+    m_free.pop_back();
+    return *worker;
+}
+
+// ---- stopping
+
+void RkThreadPool::Impl::Stop() {
+    const bool isFirst = Close();
+    RkThread::WaitForThread(&m_supervisor);
+    // From here on no place gets or loses a thread.
+    if (isFirst)
+        for (auto& worker : m_workers)
+            worker.End();
+    for (auto& worker : m_workers)
+        if (worker.thread)
+            RkThread::WaitUnlessItWaits(*worker.thread);
+}
+
+/// Takes no more work and drops what is queued.
+/// @return whether this is the first call
+bool RkThreadPool::Impl::Close() {
+    std::deque<Waiting> dropped;
+    bool isFirst = false;
+    {
+        const Guard guard(m_lock);
+        isFirst = !std::exchange(m_stopped, true);
+        dropped.swap(m_queue);
+        m_idle.clear();
+    }
+    m_attention.notify_one();
+    for (const auto& waiting : dropped)
+        Dispose(waiting.work);
+    return isFirst;
+}
+
+int RkThreadPool::Impl::GetTotal() const {
+    const Guard guard(m_lock);
+    return m_total;
+}
+
+int RkThreadPool::Impl::GetIdle() const {
+    const Guard guard(m_lock);
+    return static_cast<int>(m_idle.size());
+}
+
+int RkThreadPool::Impl::GetQueued() const {
+    const Guard guard(m_lock);
+    return static_cast<int>(m_queue.size());
+}
+
+// ---- the pool
+
+RkThreadPool::RkThreadPool(int maxSize, int startSize, bool deleteRunnables, int poolWaitTime, const RkTimePeriod& idle,
+                           RkPooledThreadFactory* factory)
+    : m_impl(std::make_unique<Impl>(maxSize, startSize, deleteRunnables, poolWaitTime, idle, factory)) {}
+
+RkThreadPool::~RkThreadPool() = default;
+
+void RkThreadPool::DoWork(RkRunnable* work) {
+    if (work)
+        m_impl->DoWork(work);
+}
+
+void RkThreadPool::Stop() { m_impl->Stop(); }
+
+int RkThreadPool::GetTotal() const { return m_impl->GetTotal(); }
+
+int RkThreadPool::GetIdle() const { return m_impl->GetIdle(); }
+
+int RkThreadPool::GetQueued() const { return m_impl->GetQueued(); }
