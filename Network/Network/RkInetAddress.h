@@ -198,13 +198,13 @@ protected:
     RkUInt16 m_port;     ///< network byte order
     InetAddress m_addr;  ///< network byte order
 
-private:
-    friend class RkNetwork;
-
     /// The constants of the address forms, in network byte order.
     static const RkUInt32 cuiFFFFNetwork;    ///< third word of a mapped address
     static const RkUInt32 cuiLocalNetwork;   ///< 127.0.0.1
     static const RkUInt32 cuiLocal6Network;  ///< last word of ::1
+
+private:
+    friend class RkNetwork;
 
     bool SetNumeric(const char* text);
     RkUInt32 Word(int index) const;

@@ -79,4 +79,8 @@ public:
 protected:
     RkInetAddress m_inetAddr;  ///< where Bind() binds
     bool m_reuseAddr;          ///< for Open
+
+private:
+    int BeginConnect(const RkInetAddress& remoteAddr);
+    [[noreturn]] void FailConnect(const char* text);
 };

@@ -43,7 +43,8 @@ public:
     /// Makes the pipe (close-on-exec, neither end blocks). If that fails the socket works, but cannot be woken.
     void SetupPipe();
 
-    /// Wakes a blocked Read by the byte "1".
+    /// Wakes a blocked Read by the byte "1", of which the pipe holds one at most. Only Close makes that Read end; else it
+    /// takes the byte out and waits on.
     void SignalPipe();
     void TeardownPipe();
 
@@ -58,4 +59,5 @@ private:
     void DrainPipe();
 
     std::atomic<bool> m_closing{false};  ///< set by Close before the signal; written under m_closeLock
+    bool m_signalled = false;            ///< whether the pipe holds its byte; guarded by m_closeLock
 };

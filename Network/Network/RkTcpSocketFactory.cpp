@@ -1,0 +1,5 @@
+#include "Network/Network/RkTcpSocketFactory.h"
+
+RkTcpSocketFactory::~RkTcpSocketFactory() = default;
+
+RkTcpSocket* RkTcpSocketFactory::CreateSocket() { return new RkTcpSocket(); }
