@@ -99,10 +99,13 @@ void RkTcpSocket::Listen(int backlog) {
 }
 
 void RkTcpSocket::Accept(RkTcpSocket& newSocket) {
-    const SOCKET sock = RkIO::Accept(m_sock, nullptr, nullptr);  // GetRemoteAddress of the new socket tells the peer
+    sockaddr_in client{};
+    socklen_t length = sizeof client;
+    const SOCKET sock = RkIO::Accept(m_sock, reinterpret_cast<sockaddr*>(&client), &length);
     if (sock == -1)
         RkThrowErrno("Accept() failed: ");
     newSocket.SetHandle(sock);
+    newSocket.m_acceptedFrom = &client;
 }
 
 bool RkTcpSocket::Accept(RkTcpSocket& newSocket, const RkTimePeriod& timeout) {

@@ -64,6 +64,10 @@ public:
     /// As above within `timeout` (zero: without limit). @return false after the time-out
     virtual bool Accept(RkTcpSocket& newSocket, const RkTimePeriod& timeout);
 
+    /// The client of an accepted socket as Accept found it, without asking the system; stays when the socket is closed.
+    /// 0.0.0.0 port 0 on any other socket.
+    const RkInetAddress& GetAcceptedFrom() const { return m_acceptedFrom; }
+
     /// Called on each accepted socket by the servers; a hook for handshakes. Nothing here.
     virtual void AcceptSocket();
 
@@ -83,4 +87,6 @@ protected:
 private:
     int BeginConnect(const RkInetAddress& remoteAddr);
     [[noreturn]] void FailConnect(const char* text);
+
+    RkInetAddress m_acceptedFrom;
 };
