@@ -102,5 +102,5 @@ protected:
 private:
     struct InstanceReaper;
 
-    bool FindOrEnter(const std::string& name, bool v4Only, CacheEntry& entry);
+    bool FindOrEnter(const std::string& name, bool v4Only, std::vector<RkInetAddress>& out);
 };

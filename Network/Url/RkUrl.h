@@ -173,7 +173,6 @@ protected:
     bool m_ipv6_hostname = false;  ///< the host stood in brackets
 
 private:
-    void parse();
     void reset();
     void parseUrl();
     void isFormattingGood();
@@ -181,19 +180,20 @@ private:
     void getSegments();
     void getProtocolSegment();
     void getHostnameSegment();
-    void trimHostname();
     void determineMinorSegments();
     void splitUserInfo();
     void splitPort();
     void getPasswordSegment();
     void getPortNumber();
+    void stripBrackets();
     void getFilenameSegment();
     void getAnchorSegment();
     void cleanFilename();
     void getExtensionSegment();
-    void rebuildUnescapedUrl();
     void checkResolveHostname(bool v4Only) const;
+    void prependToUnescapedUrl(const std::string& text);
+
     void lookUpAddress(bool v4Only) const;
     RkInetAddress chooseAddress() const;
-    void prependToUnescapedUrl(const std::string& text);
+    void rebuildUnescapedUrl();
 };
