@@ -1,0 +1,74 @@
+/// The other end of a TCP connection, following a script on a thread of its own. Made of plain system calls, so that it does
+/// not depend on what it tests.
+#pragma once
+
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+
+#include "Network/Network/RkInetAddress.h"
+
+/// Listens on 127.0.0.1, on a port that the system chose, and runs the script for each connection, one after another, until
+/// it is destroyed; whatever the script waits for on the connection ends then.
+class ScriptedPeer {
+public:
+    class Connection {
+    public:
+        explicit Connection(int fd) : m_fd(fd) {}
+        Connection(const Connection&) = delete;
+        Connection& operator=(const Connection&) = delete;
+
+        std::string Read();                             ///< one receive; empty at the end or after an error
+        std::string ReadUntil(const std::string& end);  ///< up to and with `end` at least, or to the end of the stream
+        std::string ReadAll();
+        void Write(const std::string& text);  ///< all of it, or until the other end is gone
+        void ShutdownWrite();                 ///< the other end sees the end of the stream
+        void Close();                         ///< in order; follows by itself after the script
+        void Reset();                         ///< the other end sees an error
+
+    private:
+        friend class ScriptedPeer;
+        void Wake();
+
+        std::mutex m_lock;  ///< guards m_fd against a close while it is woken
+        int m_fd;
+    };
+    using Script = std::function<void(Connection&)>;
+
+    explicit ScriptedPeer(Script script);
+    ~ScriptedPeer();
+
+    RkInetAddress Address() const { return m_address; }
+    RkUInt16 Port() const { return m_address.GetPort(); }
+
+private:
+    void Run();
+
+    const Script m_script;
+    const int m_listener;
+    RkInetAddress m_address;
+    std::mutex m_lock;                ///< guards the next two
+    Connection* m_current = nullptr;  ///< the one whose script runs
+    bool m_stopping = false;
+    std::thread m_thread;
+};
+
+/// A listener on 127.0.0.1 that lets nobody in: a connect to it neither succeeds nor fails.
+class StuckListener {
+public:
+    StuckListener();
+    ~StuckListener();
+    StuckListener(const StuckListener&) = delete;
+    StuckListener& operator=(const StuckListener&) = delete;
+
+    RkInetAddress Address() const { return m_address; }
+
+private:
+    const int m_listener;
+    RkInetAddress m_address;
+    int m_filler;  ///< takes the only place in the queue
+};
+
+/// An address of 127.0.0.1 at which nobody listened a moment ago.
+RkInetAddress UnusedAddress();
