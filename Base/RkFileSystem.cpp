@@ -24,20 +24,22 @@ public:
 
     bool IsOpen() const { return m_handle != -1; }
 
-    /// @return the kernel's own text of the place; empty when it cannot be had
-    std::string GetText() const {
-        char link[32];
-        std::snprintf(link, sizeof link, "/proc/self/fd/%d", m_handle);
-        char text[PATH_MAX];
-        const ssize_t length = ::readlink(link, text, sizeof text);
-        return length > 0 && length < PATH_MAX ? std::string(text, static_cast<size_t>(length)) : std::string();
-    }
+    int Get() const { return m_handle; }
 
 private:
     int m_handle;
 };
 
 bool HasNul(const std::string& text) { return text.find('\0') != text.npos; }
+
+/// @return the kernel's own text of what is open; empty when it cannot be had
+std::string GetText(int handle) {
+    char link[32];
+    std::snprintf(link, sizeof link, "/proc/self/fd/%d", handle);
+    char text[PATH_MAX];
+    const ssize_t length = ::readlink(link, text, sizeof text);
+    return length > 0 && length < PATH_MAX ? std::string(text, static_cast<size_t>(length)) : std::string();
+}
 
 // What is no path ("pipe:[7]", "(unreachable)/x") or may be one of a file deleted meanwhile, whose name the kernel marks so.
 bool IsDoubtful(const std::string& text) { return !text.starts_with('/') || text.ends_with(" (deleted)"); }
@@ -60,8 +62,13 @@ std::string RkFileSystem::GetCanonicalPath(const std::string& path) {
     const PlaceHandle place(path);
     if (!place.IsOpen())
         return {};
-    std::string text = place.GetText();
-    return IsDoubtful(text) ? ResolveByComponents(path) : text;
+    const std::string text = GetPathOfHandle(place.Get());
+    return text.empty() ? ResolveByComponents(path) : text;
+}
+
+std::string RkFileSystem::GetPathOfHandle(int handle) {
+    std::string text = GetText(handle);
+    return IsDoubtful(text) ? std::string() : text;
 }
 
 bool RkFileSystem::IsDir(const RkPath& path) {

@@ -11,6 +11,9 @@ public:
     /// @return the absolute path without links and dots; empty for what cannot be resolved and for a text with a NUL
     static std::string GetCanonicalPath(const std::string& path);
 
+    /// @return the canonical path of what an open descriptor refers to; empty when it has none or cannot be told
+    static std::string GetPathOfHandle(int handle);
+
     static bool IsDir(const RkPath& path);
     static bool Exists(const RkPath& path);
 

@@ -1,12 +1,14 @@
 #include "Base/RkIO.h"
 
 #include <poll.h>
+#include <sys/sendfile.h>
 #include <sys/time.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 
 namespace {
 
@@ -41,6 +43,39 @@ int AwaitConnection(SOCKET sock) {
     const int ready = Uninterrupted([&] { return ::poll(&wanted, 1, -1); });
     return ready != -1 && RkIO::IsConnected(sock) ? 0 : -1;
 }
+
+/// Holds SIGPIPE back from the calling thread for a scope, for a call that cannot be told to raise none.
+class SigPipeHeldBack {
+public:
+    SigPipeHeldBack() {
+        ::sigemptyset(&m_pipe);
+        ::sigaddset(&m_pipe, SIGPIPE);
+        ::pthread_sigmask(SIG_BLOCK, &m_pipe, &m_before);
+        m_callersOwn = ::sigismember(&m_before, SIGPIPE) == 1 && IsPending();
+    }
+    ~SigPipeHeldBack() { ::pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
+    SigPipeHeldBack(const SigPipeHeldBack&) = delete;
+    SigPipeHeldBack& operator=(const SigPipeHeldBack&) = delete;
+
+    /// Takes back the signal if a call has raised it; one that was pending before it stays. Keeps errno.
+    void TakeBack() const {
+        const int error = errno;
+        const timespec now{};
+        if (!m_callersOwn)
+            ::sigtimedwait(&m_pipe, nullptr, &now);
+        errno = error;
+    }
+
+private:
+    static bool IsPending() {
+        sigset_t pending;
+        return ::sigpending(&pending) == 0 && ::sigismember(&pending, SIGPIPE) == 1;
+    }
+
+    sigset_t m_pipe;
+    sigset_t m_before;
+    bool m_callersOwn;
+};
 
 }  // namespace
 
@@ -89,6 +124,14 @@ int RkIO::Select(int count, fd_set* readers, fd_set* writers, fd_set* exceptions
 
 int RkIO::Select(int count, fd_set* readers, fd_set* writers, fd_set* exceptions) {
     return Uninterrupted([&] { return ::select(count, readers, writers, exceptions, nullptr); });
+}
+
+ssize_t RkIO::SendFile(SOCKET sock, int file, size_t count) {
+    const SigPipeHeldBack held;
+    const ssize_t sent = Uninterrupted([&] { return ::sendfile(sock, file, nullptr, count); });
+    if (sent != static_cast<ssize_t>(count))  // the peer may have gone half-way, too
+        held.TakeBack();
+    return sent;
 }
 
 RkErrorCode RkIO::Shutdown(SOCKET sock, int how) { return ::shutdown(sock, how); }

@@ -36,6 +36,10 @@ public:
     /// Waits without limit.
     static int Select(int count, fd_set* readers, fd_set* writers, fd_set* exceptions);
 
+    /// Sends at most `count` bytes of a file, from its position on, without passing them through user space.
+    /// @return the number of bytes; 0 at the end of the file; EINVAL where the file's kind does not allow it
+    static ssize_t SendFile(SOCKET sock, int file, size_t count);
+
     static RkErrorCode Shutdown(SOCKET sock, int how);
     static RkErrorCode Close(SOCKET sock);
 

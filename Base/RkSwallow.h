@@ -18,3 +18,17 @@ void Swallowing(const char* operation, Call&& call) {
         ReportSwallowed(operation);
     }
 }
+
+/// Calls `call`. What leaves it is swallowed without a word, save a forced unwinding.
+/// @return whether nothing left it
+template <class Call>
+bool SwallowingSilently(Call&& call) {
+    try {
+        call();
+        return true;
+    } catch (const abi::__forced_unwind&) {
+        throw;
+    } catch (...) {
+        return false;
+    }
+}

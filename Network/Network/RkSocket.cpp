@@ -47,7 +47,10 @@ ssize_t RkSocket::Read(char* buf, size_t len, const RkTimePeriod& timeout) {
     return RkSocketWait::For(m_sock, RkSocketWait::READABLE, timeout) == 1 ? Read(buf, len) : 0;
 }
 
-RkErrorCode RkSocket::ShutdownSocket() { return IsOpen() ? Shutdown(SHUT_WR) : 0; }
+RkErrorCode RkSocket::ShutdownSocket() {
+    const RkSemLock lock(m_closeLock);  // a server's Stop calls it from another thread
+    return IsOpen() ? Shutdown(SHUT_WR) : 0;
+}
 
 RkErrorCode RkSocket::CloseSocket() { return RkIO::Close(m_sock); }
 

@@ -147,15 +147,30 @@ private:
     /// The live connections; key and value are the same.
     using conmap_t = std::map<RkTcpConnection*, RkTcpConnection*>;
 
+    struct PoolArguments {
+        int maxSize;
+        int startSize;
+        bool deleteRunnables;
+        int waitTime;
+        RkTimePeriod idle;
+        RkPooledThreadFactory* factory;
+    };
+
+    RkTcpServer(const RkInetAddress& address, int timeout, const PoolArguments& pool, RkTcpSocketFactory* factory);
+
     bool OpenAndBind();
     bool OpenListener();
+    std::optional<std::string> TryToBind();
     void NameLogger();
     void ServeNextClient(RkSelect& listener);
     bool WaitForClient(RkSelect& listener);
     void AcceptClient();
     bool Accept(RkTcpSocket& socket);
+    void Refuse(RkTcpSocket* socket);
     void Pause();
     void ShutDown();
+    void PrintConnections(std::ostream& stream) const;
+    void PrintState(std::ostream& stream) const;
 
     std::atomic<bool> m_shutdown{false};
     mutable RkTcpSocket m_server;      ///< closed by the server's thread only, once that runs
