@@ -6,6 +6,8 @@
 #include "Base/RkPath.h"
 #include "Network/HTTP/RkHttpRequestHandler.h"
 
+class RkStaticFile;
+
 /// Serves files below a document root, a directory by its "index.html" or else "index.htm". Everything else gets one fixed
 /// 404 page: what does not exist, what leads out of the root through a link, and what is no regular file (a FIFO, a device
 /// or a socket is never read).
@@ -35,6 +37,9 @@ public:
     void sendFile(const RkPath& path, RkBStream& stream);
 
 private:
+    RkStaticFile Find(const std::string& filename) const;
+    bool IsBelowRoot(const std::string& canonical) const;
+
     std::string m_serverRootPath;
     std::string m_serverRootCanonicalPath;                    ///< as of construction
     static std::map<std::string, std::string> s_mimeTypeMap;  ///< filled by the first constructor, then only read

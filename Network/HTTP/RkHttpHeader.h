@@ -41,8 +41,6 @@ public:
     void SetProxyAuthenticate(bool proxy);        ///< whether the three fields above are those for a proxy
 
 private:
-    const std::string& ReasonPhrase();
-
     std::string m_httpVersion = "HTTP/1.0";
     int m_status;
     std::map<int, std::string> m_reasonPhrase;

@@ -57,21 +57,18 @@ protected:
     RkTcpSocket& GetSocket() const { return *m_socket; }
 
 private:
-    enum class Phase { Waiting, Running, Over };
-
     void Serve(RkBStream& stream);
-    void ServeOpen(RkBStream& stream);
+    void Exchange(RkBStream& stream);
     bool WaitForFirstBytes();
     void ReadHead(RkBStream& stream);
-    void ReadForm(RkBStream& stream);
     void CloseSocket();
 
     const std::unique_ptr<RkTcpSocket> m_socket;
     const RkHttpRequestMap& m_requestMap;
     RkTrace* const m_pTrace;
-    const unsigned int m_timeout;  ///< seconds
-    std::atomic<Phase> m_phase{Phase::Waiting};
-    std::atomic<bool> m_stopping{false};  ///< set by a Stop while Run runs
+    const unsigned int m_timeout;         ///< seconds
+    std::atomic<bool> m_begun{false};     ///< set by Run or Stop, whichever comes first
+    std::atomic<bool> m_stopping{false};  ///< set by a Stop after that
     std::atomic<int> m_answerStatus{0};
     std::atomic<RkUInt64> m_answerBytes{0};
 };

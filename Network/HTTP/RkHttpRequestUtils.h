@@ -58,11 +58,21 @@ public:
     int GetStatusCode(const std::string& line);
 
 protected:
-    /// Longest line of a head, in bytes.
-    static constexpr std::size_t MAX_HEAD_LINE = 131072;
+    /// Reads one line of a head, of at most 131,072 bytes. @return as RkBStream::ReadLine
+    static bool ReadHeadLine(RkBStream& stream, std::string& line);
 
-    /// Most bytes of a head that are kept, line terminators not counted.
-    static constexpr std::size_t MAX_HEAD_SIZE = 1048576;
+    static constexpr std::size_t MAX_HEAD_LINE = 131072;   ///< bytes
+    static constexpr std::size_t MAX_HEAD_SIZE = 1048576;  ///< bytes of all lines kept, without their terminators
+
+    /// Adds up the lines of a head, so that one that never ends does not grow without bound.
+    class HeadSize {
+    public:
+        /// @return whether the head is still small enough with this line
+        bool Add(const std::string& line);
+
+    private:
+        std::size_t m_size = 0;
+    };
 
 private:
     bool TakeRequestLine(const std::string& line);

@@ -1,0 +1,109 @@
+#include "Network/HTTP/RkHttpRequest.h"
+
+#include <deque>
+#include <sstream>
+
+#include "Base/RkBStreamTrace.h"
+#include "Base/RkOS.h"
+#include "Base/RkSwallow.h"
+#include "Network/Network/RkNetworkException.h"
+#include "Network/Network/RkSocketWait.h"
+
+RkHttpRequest::RkHttpRequest(RkTcpSocket* sock, RkHttpRequestMap& requestMap, RkTrace* pTrace, unsigned int timeout)
+    : m_socket(sock), m_requestMap(requestMap), m_pTrace(pTrace), m_timeout(timeout) {}
+
+RkHttpRequest::~RkHttpRequest() {
+    LeaveServer();
+    CloseSocket();
+}
+
+void RkHttpRequest::Run() {
+    if (m_begun.exchange(true))
+        return;
+    if (m_pTrace) {
+        RkBStreamTrace stream(*m_socket, *m_pTrace);
+        Serve(stream);
+    } else {
+        RkBStream stream(*m_socket);
+        Serve(stream);
+    }
+}
+
+void RkHttpRequest::Serve(RkBStream& stream) {
+    SwallowingSilently([&] { Exchange(stream); });
+    SwallowingSilently([&] { m_socket->Close(); });
+}
+
+void RkHttpRequest::Exchange(RkBStream& stream) {
+    m_socket->AcceptSocket();
+    if (!WaitForFirstBytes()) {
+        trace("RkHttpRequest: idle connection closed");
+        return m_socket->CloseForce();
+    }
+    ReadHead(stream);
+    if (getMethod() == "POST")
+        getCgi().parseData(stream, getIntValueForName("content-length"));
+    if (m_stopping)
+        return;
+    m_requestMap.dispatchRequest(getRequestedFilename(), *this, stream);
+    if (m_socket->IsOpen())
+        stream.Flush();
+}
+
+/// @return false when the idle time is over
+bool RkHttpRequest::WaitForFirstBytes() {
+    const RkTimePeriod idle = RkTimePeriod::FromMicroSeconds(std::int64_t{m_timeout} * 1000000);
+    return m_timeout == 0 || RkSocketWait::For(m_socket->GetHandle(), RkSocketWait::READABLE, idle) != 0;
+}
+
+void RkHttpRequest::ReadHead(RkBStream& stream) {
+    std::deque<std::string> lines;
+    HeadSize size;
+    std::string line;
+    while (m_socket->IsOpen() && ReadHeadLine(stream, line) && !line.empty() && size.Add(line))
+        lines.push_back(std::move(line));
+    parseRequest(lines);
+}
+
+// Before Run the socket is nobody's, so that it can be closed here. Once Run has begun, only the thread that runs it knows
+// when the descriptor is out of use.
+void RkHttpRequest::Stop() {
+    if (!m_begun.exchange(true))
+        return CloseSocket();
+    m_stopping = true;
+    m_socket->Wake();
+}
+
+void RkHttpRequest::CloseSocket() {
+    try {
+        m_socket->Close();
+    } catch (const RkNetworkException&) {
+        // there is nobody to tell
+    }
+}
+
+const RkInetAddress RkHttpRequest::getRemoteAddresss() const {
+    try {
+        return m_socket->GetRemoteAddress();
+    } catch (const RkNetworkException&) {
+        return {};
+    }
+}
+
+void RkHttpRequest::trace(const std::string& message) {
+    if (m_pTrace == nullptr || !m_pTrace->IsEnabled())
+        return;
+    std::ostringstream record;
+    record << "Module: " << message << "\nThread ID: " << RkOS::CurrentThread() << "\nHTTP METHOD: " << getMethod()
+           << "\nRequested File: " << getRequestedFilename()
+           << "\nCGI Data: " << getCgi().createCgiString(true, false, true, true) << '\n';
+    m_pTrace->Write(record.str());
+}
+
+void RkHttpRequest::setAnswer(int status, RkUInt64 bodyBytes) {
+    m_answerBytes = bodyBytes;
+    m_answerStatus = status;
+}
+
+int RkHttpRequest::getAnswerStatus() const { return m_answerStatus; }
+RkUInt64 RkHttpRequest::getAnswerBytes() const { return m_answerBytes; }

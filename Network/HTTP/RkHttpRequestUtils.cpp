@@ -1,0 +1,137 @@
+#include "Network/HTTP/RkHttpRequestUtils.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <limits>
+#include <string_view>
+
+#include "Base/RkSwallow.h"
+
+namespace {
+
+constexpr std::string_view WHITE_SPACE = " \t\n\v\f\r";
+
+char ToLower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
+std::string ToLower(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(), [](char c) { return ToLower(c); });
+    return text;
+}
+
+bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+
+/// @return the number that `text` begins with, held to the range of int; 0 when it begins with none
+int ToInt(const std::string& text) {
+    using Limits = std::numeric_limits<int>;
+    return static_cast<int>(std::clamp<long>(std::strtol(text.c_str(), nullptr, 10), Limits::min(), Limits::max()));
+}
+
+bool IsKnownMethod(std::string_view method) { return method == "GET" || method == "POST" || method == "HEAD"; }
+
+// The one defence of the file name against leaving the document root: no more and no less than callers know.
+void DefuseParentSteps(std::string& path) {
+    constexpr std::string_view parent = "../";
+    for (size_t at = path.find(parent); at != path.npos; at = path.find(parent, at))
+        path.replace(at, parent.size(), "___");
+}
+
+}  // namespace
+
+RkHttpRequestUtils::RkHttpRequestUtils() = default;
+RkHttpRequestUtils::~RkHttpRequestUtils() = default;
+
+std::string RkHttpRequestUtils::getHeader(const std::string& name) const {
+    const auto found = m_headers.find(ToLower(name));
+    return found == m_headers.end() ? std::string() : found->second;
+}
+
+std::string RkHttpRequestUtils::getMethod() const { return m_requestMethod; }
+std::string RkHttpRequestUtils::getRequestedFilename() const { return m_requestedFile; }
+int RkHttpRequestUtils::getIntValueForName(const std::string& name) { return ToInt(getHeader(name)); }
+RkCgi& RkHttpRequestUtils::getCgi() { return m_cgi; }
+int RkHttpRequestUtils::getStatusCode() { return m_statusCode; }
+
+bool RkHttpRequestUtils::ReadHeadLine(RkBStream& stream, std::string& line) {
+    return stream.ReadLine(line, MAX_HEAD_LINE);
+}
+
+bool RkHttpRequestUtils::HeadSize::Add(const std::string& line) {
+    m_size += line.size();
+    return m_size <= MAX_HEAD_SIZE;
+}
+
+// The two head reads do not ask whether a line came: a stream that has ended gives empty ones, which end a head as well.
+
+void RkHttpRequestUtils::ReadRequestHeader(RkBStream& stream) {
+    std::deque<std::string> lines;
+    HeadSize size;
+    std::string line;
+    const bool complete = SwallowingSilently([&] {
+        for (ReadHeadLine(stream, line); !line.empty() && size.Add(line); ReadHeadLine(stream, line))
+            lines.push_back(std::move(line));
+    });
+    if (complete)
+        parseRequest(lines);
+}
+
+void RkHttpRequestUtils::ReadResponseHeader(RkBStream& stream) {
+    HeadSize size;
+    std::string line;
+    SwallowingSilently([&] {
+        ReadHeadLine(stream, line);
+        m_statusCode = GetStatusCode(line);
+        for (; !line.empty() && size.Add(line); ReadHeadLine(stream, line))
+            parseHeader(line);
+    });
+}
+
+void RkHttpRequestUtils::parseRequest(const std::deque<std::string>& request) {
+    if (request.empty() || !TakeRequestLine(request.front()))
+        return;
+    std::for_each(request.begin() + 1, request.end(), [this](const std::string& line) { parseHeader(line); });
+}
+
+/// @return whether method and target were understood; if not, the method is empty
+bool RkHttpRequestUtils::TakeRequestLine(const std::string& line) {
+    const size_t methodEnd = std::min(line.find(' '), line.size());
+    m_requestMethod.assign(line, 0, methodEnd);
+    if (!IsKnownMethod(m_requestMethod)) {
+        m_requestMethod.clear();
+        return false;
+    }
+    const size_t begin = std::min(methodEnd + 1, line.size());
+    const size_t end = std::min(line.find_first_of(" ?", begin), line.size());
+    m_requestedFile.assign(line, begin, end - begin);
+    if (m_requestedFile.empty()) {
+        m_requestMethod.clear();
+        return false;
+    }
+    std::string decoded;
+    m_requestedFile = RkCgi::unescapeString(m_requestedFile, decoded);
+    DefuseParentSteps(m_requestedFile);
+    if (end + 1 < line.size() && line[end] == '?')
+        m_cgi.parseData(line.substr(end + 1, line.find(' ', end + 1) - end - 1));
+    return true;
+}
+
+void RkHttpRequestUtils::parseHeader(const std::string& header) {
+    const size_t nameBegin = std::min(header.find_first_not_of(WHITE_SPACE), header.size());
+    const size_t colon = header.find(':', nameBegin);
+    if (colon == header.npos)
+        return;
+    const size_t valueBegin = header.find_first_not_of(WHITE_SPACE, colon + 1);
+    if (valueBegin == header.npos)
+        return;
+    std::string& value = m_headers[ToLower(header.substr(nameBegin, colon - nameBegin))];
+    if (!value.empty())
+        value += ';';
+    value.append(header, valueBegin);
+}
+
+int RkHttpRequestUtils::GetStatusCode(const std::string& line) {
+    const size_t word = ToLower(line).find("http");
+    if (word == line.npos || line.size() < word + 8 || !std::all_of(&line[word + 5], &line[word + 5] + 3, IsDigit))
+        return 0;
+    // The length of the piece grows with the place of the word: kept, though only the digits at its start count.
+    return ToInt(line.substr(word + 5, word + 8));
+}
