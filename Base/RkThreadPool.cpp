@@ -19,10 +19,18 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+using std::chrono::milliseconds;
+
 constexpr int DEFAULT_WAIT_MS = 2;
 
+/// How much longer work may wait while threads that came free take other work.
+constexpr milliseconds MOVING_GRACE{20};
+
+/// The pause between two steps of growth, in which a thread that waits only for a processor may come free.
+constexpr milliseconds STEP_PAUSE{2};
+
 /// How long the pool waits after the system or the factory had no thread to give.
-constexpr auto RETRY_AFTER = std::chrono::milliseconds(100);
+constexpr milliseconds RETRY_PAUSE{100};
 
 void NameThread(const std::string& name) {
     ::pthread_setname_np(::pthread_self(), name.substr(0, 15).c_str());  // the system refuses longer ones
@@ -110,7 +118,7 @@ private:
     bool MayEnd(Worker& worker);
     void Uncount(Worker& worker);
     bool WorkWaits() const;
-    Clock::time_point WhenToGrow() const;
+    Clock::time_point WhenToGrow();
     void Grow(Guard& guard);
     bool AddThread(Guard& guard);
     bool StartThread(Worker& worker, Guard& guard);
@@ -120,7 +128,7 @@ private:
     const int m_maxSize;
     const int m_startSize;
     const bool m_deleteRunnables;
-    const std::chrono::milliseconds m_waitTime;
+    const milliseconds m_waitTime;
     const RkTimePeriod m_idleTime;
     RkPooledThreadFactory m_defaultFactory;
     RkPooledThreadFactory& m_factory;
@@ -132,7 +140,9 @@ private:
     std::deque<Worker> m_workers;   ///< every place ever made
     std::vector<Worker*> m_free;    ///< places without a thread
     Worker* m_lastEnded = nullptr;  ///< its thread has ended and is still to be joined
-    Clock::time_point m_retryAt{};  ///< no thread is made before
+    bool m_moved = false;           ///< since the supervisor looked, a thread that came free took queued work
+    Clock::time_point m_movedAt{};  ///< when the supervisor last saw that
+    Clock::time_point m_growAt{};   ///< no thread is made before
     int m_total = 0;                ///< threads alive or being made
     int m_starting = 0;             ///< of these, the ones that have not asked for work yet
     bool m_watching = false;        ///< the supervisor looks at the queue again without being woken
@@ -266,11 +276,14 @@ void RkThreadPool::Impl::DoWork(RkRunnable* work) {
 RkRunnable* RkThreadPool::Impl::NextFor(Worker& worker) {
     {
         const Guard guard(m_lock);
-        m_starting -= std::exchange(worker.isStarting, false);
+        const bool isNew = std::exchange(worker.isStarting, false);
+        m_starting -= isNew;
         if (m_stopped)
             return nullptr;
-        if (!m_queue.empty())
+        if (!m_queue.empty()) {
+            m_moved |= !isNew;
             return TakeFirst();
+        }
         m_idle.push_back(&worker);
     }
     return AwaitWork(worker);
@@ -352,18 +365,26 @@ bool RkThreadPool::Impl::WorkWaits() const {
     return m_queue.size() > static_cast<std::size_t>(m_starting) && m_total < m_maxSize;
 }
 
-Clock::time_point RkThreadPool::Impl::WhenToGrow() const {
-    const auto patience = m_total == 0 ? std::chrono::milliseconds(0) : m_waitTime;
-    return std::max(m_queue[static_cast<std::size_t>(m_starting)].since + patience, m_retryAt);
+/// When the oldest work that no new thread is about to take has waited for too long.
+Clock::time_point RkThreadPool::Impl::WhenToGrow() {
+    if (m_total == 0)
+        return m_growAt;
+    if (std::exchange(m_moved, false))
+        m_movedAt = Clock::now();
+    const auto since = m_queue[static_cast<std::size_t>(m_starting)].since;
+    const auto tooLong = std::min(std::max(since, m_movedAt), since + MOVING_GRACE) + m_waitTime;
+    return std::max(tooLong, m_growAt);
 }
 
-/// Adds a thread for each runnable that waits now.
+/// Adds a thread for each runnable that waits now, but no more than there are.
 void RkThreadPool::Impl::Grow(Guard& guard) {
-    while (!m_stopped && WorkWaits())
+    auto pause = STEP_PAUSE;
+    for (int room = std::max(m_total, 1); room > 0 && !m_stopped && WorkWaits(); --room)
         if (!AddThread(guard)) {
-            m_retryAt = Clock::now() + RETRY_AFTER;
-            return;
+            pause = RETRY_PAUSE;
+            break;
         }
+    m_growAt = Clock::now() + pause;
 }
 
 /// Lets go of the lock while it makes the thread.

@@ -8,8 +8,12 @@
 /// Runs runnables on a set of threads that grows while work waits and shrinks when it is idle.
 ///
 /// Work is taken in the order of its arrival; the most recently idle thread is woken first, and only one for each
-/// hand-over. A thread is added when work has *waited*, not whenever one is handed over, so that a burst of short requests
-/// runs on few threads while a thousand silent clients still get theirs. All operations are safe from any thread.
+/// hand-over. Threads are added when work has *waited*, not whenever some is handed over, so that a burst of short requests
+/// runs on few threads while a thousand silent clients still get theirs, within a few steps of milliseconds. A supervisor
+/// thread, asleep while no work waits, sees to that. Where the system or the factory has no thread to give, the pool logs
+/// it and tries again while work waits.
+///
+/// All operations are safe from any thread. The pool is not destroyed by one of its own threads.
 class QOR_BASE_EXPORT RkThreadPool {
 public:
     /// Room for 1,000 silent clients and a good many busy ones: a silent client holds its thread until its idle time is
@@ -22,8 +26,9 @@ public:
     /// @param maxSize          most threads at a time; below 1 reads as 1
     /// @param startSize        threads made at once and kept; held to 0..maxSize
     /// @param deleteRunnables  whether the pool deletes a runnable after its Run (or when it is dropped by Stop)
-    /// @param poolWaitTime     milliseconds that work may wait before threads are added, as many at once as work is then
-    ///                         waiting; 0 is the default of 2 ms
+    /// @param poolWaitTime     milliseconds that work may wait, while no thread comes free, before threads are added: one
+    ///                         for each runnable that waits, up to twice the threads there are, and again 2 ms later. While
+    ///                         threads do come free the work may wait 20 ms more. 0 is the default of 2 ms
     /// @param idle             time after which an idle thread beyond startSize ends; zero or less: never
     /// @param factory          borrowed, may be null; must outlive the pool
     RkThreadPool(int maxSize, int startSize, bool deleteRunnables, int poolWaitTime, const RkTimePeriod& idle,
