@@ -22,6 +22,13 @@ public:
     explicit UsageError(const std::string& text) : CLI::ValidationError(text) {}
 };
 
+void AddServe(CLI::App& app);
+void AddUrl(CLI::App& app);
+void AddCgi(CLI::App& app);
+void AddHash(CLI::App& app);
+void AddResolve(CLI::App& app);
+void AddEcho(CLI::App& app);
+
 /// Parses the arguments, runs the command and tells what went wrong. @return the exit status
 int RunCommand(CLI::App& app, int argc, const char* const* argv);
 

@@ -10,5 +10,11 @@ int main(int argc, char** argv) {
         "Exit status: 0 done, 1 failed, 2 wrong usage. More: qornet COMMAND --help");
     app.require_subcommand(1);
 
+    AddServe(app);
+    AddUrl(app);
+    AddCgi(app);
+    AddHash(app);
+    AddResolve(app);
+    AddEcho(app);
     return RunCommand(app, argc, argv);
 }

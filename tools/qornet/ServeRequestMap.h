@@ -1,0 +1,19 @@
+#pragma once
+
+#include "Network/HTTP/RkHttpRequestMap.h"
+
+class ServeStatistics;
+
+/// The request map of `qornet serve`: tells each connection when its answer begins, and counts what was answered. Its
+/// requests are ServeRequests.
+class ServeRequestMap : public RkHttpRequestMap {
+public:
+    /// @param root        document root, with a trailing slash
+    /// @param statistics  borrowed; outlives the map
+    ServeRequestMap(const std::string& root, ServeStatistics& statistics);
+
+    void dispatchRequest(std::string filename, RkHttpRequest& request, RkBStream& stream) const override;
+
+private:
+    ServeStatistics& m_statistics;
+};
