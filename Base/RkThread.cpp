@@ -14,19 +14,15 @@ struct RkThread::State {
 
     explicit State(bool destroySelfWhenFinished) : destroySelf(destroySelfWhenFinished) {}
 
-    enum class Wait { PATIENT, OF_POOL };
-
-    static void AwaitEnd(std::shared_ptr<State> thread, Wait wait);
-    bool IsHeldUp() const;
+    void AwaitEnd(bool unlessItWaits);
     void Detach();
 
     static thread_local State* current;  ///< of the RkThread that the caller is; null in any other thread
 
-    std::mutex lock;                       ///< guards `system`, `waitsFor`, `wait` and every change of `phase`
-    std::condition_variable changed;       ///< `phase` or `waitsFor` did
+    std::mutex lock;                       ///< guards `system`, `waits` and every change of `phase`
+    std::condition_variable changed;       ///< `phase` or `waits` did
     std::thread system;                    ///< joined by the first waiter
-    std::shared_ptr<State> waitsFor;       ///< the thread whose end this one waits for, if any
-    Wait wait = Wait::PATIENT;             ///< how it does
+    int waits = 0;                         ///< waits for other threads that this thread is inside
     std::atomic<Phase> phase{Phase::NEW};  ///< RUNNING until the thread has nothing left to do
     std::atomic<RkOS::Thread_t> id{0};     ///< 0 unless running, since ids are used again
     std::atomic<bool> destroySelf;
@@ -38,18 +34,17 @@ thread_local RkThread::State* RkThread::State::current = nullptr;
 /// Marks the calling thread as waiting for another one, so that a pool that stops does not wait for it in turn.
 class RkThread::WaitMark {
 public:
-    WaitMark(std::shared_ptr<State> thread, State::Wait wait) : m_self(State::current) { Set(std::move(thread), wait); }
-    ~WaitMark() { Set(nullptr, State::Wait::PATIENT); }
+    WaitMark() : m_self(State::current) { Add(1); }
+    ~WaitMark() { Add(-1); }
     WaitMark(const WaitMark&) = delete;
     WaitMark& operator=(const WaitMark&) = delete;
 
 private:
-    void Set(std::shared_ptr<State> thread, State::Wait wait) {
+    void Add(int waits) {
         if (!m_self)
             return;
         const std::lock_guard guard(m_self->lock);
-        m_self->waitsFor.swap(thread);  // what was there is let go without the lock
-        m_self->wait = wait;
+        m_self->waits += waits;
         m_self->changed.notify_all();
     }
 
@@ -80,21 +75,12 @@ private:
     std::shared_ptr<State> m_state;
 };
 
-/// Waits for the end of `thread`; on behalf of a pool that stops only as long as that is not held up itself.
-void RkThread::State::AwaitEnd(std::shared_ptr<State> thread, Wait wait) {
-    const WaitMark mark(thread, wait);
-    std::unique_lock guard(thread->lock);
-    thread->changed.wait(
-        guard, [&] { return thread->phase != Phase::RUNNING || (wait == Wait::OF_POOL && thread->IsHeldUp()); });
-    if (thread->phase == Phase::OVER && thread->system.joinable())
-        thread->system.join();
-}
-
-/// Whether this thread waits for one that goes on, so that the caller must not wait for this one in turn. Threads of a pool
-/// that stops hold each other up, but nobody outside: they all end.
-bool RkThread::State::IsHeldUp() const {
-    const bool waits = waitsFor && waitsFor->phase == Phase::RUNNING;
-    return waits && (wait == Wait::PATIENT || current != nullptr);
+void RkThread::State::AwaitEnd(bool unlessItWaits) {
+    const WaitMark mark;
+    std::unique_lock guard(lock);
+    changed.wait(guard, [&] { return phase != Phase::RUNNING || (unlessItWaits && waits > 0); });
+    if (phase == Phase::OVER && system.joinable())
+        system.join();
 }
 
 void RkThread::State::Detach() {
@@ -113,7 +99,7 @@ RkThread::~RkThread() {
     if (IsCurrent())
         m_state->Detach();
     else
-        State::AwaitEnd(m_state, State::Wait::PATIENT);
+        m_state->AwaitEnd(false);
 }
 
 void RkThread::Run() {
@@ -170,12 +156,13 @@ bool RkThread::IsCurrent() const { return State::current == m_state.get(); }
 void RkThread::WaitForThread(RkThread* thread) {
     if (!thread || thread->IsCurrent())
         return;
-    State::AwaitEnd(thread->m_state, State::Wait::PATIENT);
+    const auto state = thread->m_state;  // outlives a thread that destroys itself
+    state->AwaitEnd(false);
 }
 
 void RkThread::WaitUnlessItWaits(RkThread& thread) {
     if (!thread.IsCurrent())
-        State::AwaitEnd(thread.m_state, State::Wait::OF_POOL);
+        thread.m_state->AwaitEnd(true);
 }
 
 void RkThread::Sleep(unsigned milliseconds) { std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds)); }

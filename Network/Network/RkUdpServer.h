@@ -90,5 +90,4 @@ private:
     RkEvent m_event;                           ///< posted when Run has closed the socket
     std::atomic<const char*> m_state{"init"};  ///< a constant text
     const int m_timeout;                       ///< milliseconds
-    std::atomic<bool> m_hasRun{false};
 };

@@ -26,7 +26,7 @@ void TestClient::Send(const std::string& text) {
     for (std::size_t sent = 0; sent < text.size();) {
         const ssize_t count = ::send(m_socket, text.data() + sent, text.size() - sent, MSG_NOSIGNAL);
         if (count <= 0)
-            throw std::runtime_error("cannot send");
+            return;
         sent += static_cast<std::size_t>(count);
     }
 }

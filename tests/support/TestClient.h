@@ -13,6 +13,7 @@ public:
     TestClient(const TestClient&) = delete;
     TestClient& operator=(const TestClient&) = delete;
 
+    /// Sends all of it, or as much as a peer takes that goes away; reading tells then.
     void Send(const std::string& text);
 
     /// Sends the end of the stream; reading goes on.

@@ -1,5 +1,0 @@
-#include "Network/Network/RkBasicConnectionException.h"
-
-RkBasicConnectionException::RkBasicConnectionException(const std::string& message) : RkException(message) {}
-
-RkBasicConnectionException::~RkBasicConnectionException() = default;

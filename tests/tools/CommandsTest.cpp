@@ -1,0 +1,84 @@
+#include <gmock/gmock.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/support/ChildProcess.h"
+
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+namespace {
+
+Finished Qornet(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), QORNET_PATH);
+    return RunProgram(std::move(arguments));
+}
+
+TEST(CommandsTest, PrintsOneFieldALine) {
+    const struct {
+        std::vector<std::string> arguments;
+        const char* output;
+    } cases[] = {
+        {{"--version"}, "qornet 1.0.0\n"},
+        {{"hash", "hello"}, "x86_32: 248bfa47\n"},
+        {{"hash", "--seed", "0x2a", "--", "-x"}, "x86_32: 7e15fe5f\n"},
+        {{"hash", "--x86-128", "hello"}, "x86_128: 2b2444a0db91def79adb31b69adb31b6\n"},
+        {{"hash", "--x64-128", "hello"}, "x64_128: cbd8a7b341bd9b025b1e906a48ae1d19\n"},
+        {{"cgi", "a=1&b=x%20y&flag"}, "a: 1\nb: x y\nflag: \n"},
+        {{"cgi", "rk-encdata=cD0x"}, "p (encoded): 1\n"},
+        {{"url", "http://u:p@H:81/a/../b.HTML?x#top"},
+         "url: http://u:p@H:81/a/../b.HTML?x#top\ndecoded: http://u:p@H:81/a/../b.HTML?x#top\nprotocol: http\n"
+         "user: u\npassword: p\nhost: h\nport: 81\ndefault port: 80\nfile: b.HTML?x\nextension: html\nanchor: top\n"
+         "service: 2\n"},
+        {{"resolve", "--v4", "localhost", "localhost"},
+         "localhost: 127.0.0.1\nlocalhost: 127.0.0.1\nforward hits: 1\nreverse hits: 0\n"},
+    };
+    for (const auto& c : cases) {
+        const Finished ran = Qornet(c.arguments);
+        EXPECT_EQ(ran.output, c.output) << c.arguments[0];
+        EXPECT_EQ(ran.status, 0) << ran.errors;
+        EXPECT_THAT(ran.errors, IsEmpty());
+    }
+}
+
+TEST(CommandsTest, TellsWhatWasWrongAndHow) {
+    const struct {
+        std::vector<std::string> arguments;
+        int status;
+        const char* word;
+    } cases[] = {
+        {{}, 2, "subcommand is required"},
+        {{"hash"}, 2, "TEXT is required"},
+        {{"hash", "--x86-128", "--x64-128", "a"}, 2, "excludes"},
+        {{"serve", "--port", "70000"}, 2, "--port"},
+        {{"serve", "--drain", "-1"}, 2, "--drain"},
+        {{"serve", "--log", "loud"}, 2, "--log"},
+        {{"serve", "--nonsense"}, 2, "--nonsense"},
+        {{"serve", "--port", "0", "--root", "/nonexistent"}, 1, "--root"},
+        {{"serve", "--port", "0", "--address", "::1"}, 1, "--address"},
+        {{"serve", "--port", "0", "--port-file", "/nonexistent/port"}, 1, "--port-file"},
+        {{"resolve", "no-such-name.invalid"}, 1, "no-such-name.invalid does not resolve"},
+    };
+    for (const auto& c : cases) {
+        const Finished ran = Qornet(c.arguments);
+        EXPECT_EQ(ran.status, c.status) << c.word;
+        EXPECT_THAT(ran.errors, HasSubstr(c.word));
+    }
+}
+
+TEST(CommandsTest, ExplainsItselfAtEveryLevel) {
+    const std::string commands = Qornet({"--help"}).output;
+    for (const char* command : {"serve", "url", "cgi", "hash", "resolve", "echo"}) {
+        EXPECT_THAT(commands, HasSubstr(command));
+        const Finished ran = Qornet({command, "--help"});
+        EXPECT_THAT(ran.output, HasSubstr("Usage: ")) << command;
+        EXPECT_EQ(ran.status, 0) << command;
+    }
+}
+
+TEST(CommandsTest, FailsWhenItsOutputCannotBeWritten) {
+    EXPECT_EQ(RunProgram({"/bin/sh", "-c", QORNET_PATH " hash a > /dev/full"}).status, 1);
+}
+
+}  // namespace

@@ -1,0 +1,180 @@
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+
+#include "tests/support/ChildProcess.h"
+#include "tests/support/TempDir.h"
+#include "tests/support/TestClient.h"
+
+using ::testing::AllOf;
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+using ::testing::StartsWith;
+
+namespace {
+
+/// A real `qornet serve` on a folder of its own.
+class ServeTest : public ::testing::Test {
+protected:
+    ServeTest() {
+        std::filesystem::create_directory(m_root);
+        Write("hello.txt", "hello\n");
+    }
+
+    void Start(std::vector<std::string> options = {}) {
+        options.insert(options.begin(), {QORNET_PATH, "serve", "--port", "0", "--root", m_root});
+        m_server = std::make_unique<ChildProcess>(std::move(options));
+        const std::string line = m_server->ReadLine();
+        const std::string start = "listening on http://127.0.0.1:";
+        ASSERT_THAT(line, AllOf(StartsWith(start), EndsWith("/")));
+        m_port = static_cast<std::uint16_t>(std::stoi(line.substr(start.size())));
+    }
+
+    void Write(const std::string& name, const std::string& content) { std::ofstream(m_root + "/" + name) << content; }
+    std::string Get(const std::string& target) const { return Ask(m_port, "GET " + target + " HTTP/1.0\r\n\r\n"); }
+
+    /// Asks until a page holds the text; the test runner's limit ends a wait in vain.
+    void WaitFor(const std::string& target, const std::string& text) const {
+        while (Get(target).find(text) == std::string::npos) {}
+    }
+
+    int Stop() {
+        m_server->Signal(SIGTERM);
+        return m_server->Wait();
+    }
+
+    const TempDir m_dir;
+    const std::string m_root = m_dir / "<b>site";
+    std::unique_ptr<ChildProcess> m_server;
+    std::uint16_t m_port = 0;
+};
+
+TEST_F(ServeTest, ServesFilesAndStopsCleanly) {
+    Start();
+    EXPECT_EQ(Get("/hello.txt"), "HTTP/1.0 200 OK\r\nContent-Type: text/plain\r\nContent-Length: 6\r\n\r\nhello\n");
+    EXPECT_THAT(Get("/../../../../etc/passwd"), StartsWith("HTTP/1.0 404 Not Found\r\n"));
+    EXPECT_EQ(Stop(), 0);
+    EXPECT_THAT(m_server->GetErrors(), IsEmpty());
+}
+
+TEST_F(ServeTest, EchoesMethodFileParametersAndBody) {
+    Start();
+    EXPECT_THAT(Ask(m_port, "POST /echo?q=1 HTTP/1.0\r\nContent-Length: 7\r\n\r\na=x%20y"),
+                EndsWith("\r\n\r\nmethod: POST\nfile: /echo\nparameter q: 1\nparameter a: x y\nbody: a=x%20y\n"));
+}
+
+TEST_F(ServeTest, TellsItsStateInThreeForms) {
+    Start({"--max-peer", "3"});
+    TestClient silent(m_port);
+    Get("/hello.txt");
+    WaitFor("/status", "<td>reading</td>");
+    EXPECT_THAT(Get("/status"), AllOf(HasSubstr("http-equiv=\"refresh\""), HasSubstr("answers with status 200"),
+                                      HasSubstr("&lt;b&gt;site"), Not(HasSubstr("<b>site"))));
+    EXPECT_THAT(Get("/status.txt"),
+                AllOf(HasSubstr("TARNTcpServer - PrintSelf - Level: 3\r\n"), HasSubstr("phase: reading\r\n")));
+    EXPECT_THAT(Get("/metrics"), HasSubstr("\nqornet_connections_refused_total 0\n"));
+}
+
+TEST_F(ServeTest, WritesMetricsThatPrometheusTakes) {
+    if (RunProgram({"/bin/sh", "-c", "command -v promtool"}).status != 0)
+        GTEST_SKIP() << "promtool (Debian package prometheus) is not installed";
+    Start();
+    Get("/hello.txt");
+    Get("/missing");
+    const std::string answer = Get("/metrics");
+    Write("metrics", answer.substr(answer.find("\r\n\r\n") + 4));
+    const Finished check = RunProgram({"/bin/sh", "-c", "promtool check metrics < '" + m_root + "/metrics'"});
+    EXPECT_EQ(check.status, 0) << check.errors;
+    EXPECT_THAT(answer, AllOf(HasSubstr("qornet_answers_total{code=\"404\"} 1\n"), HasSubstr("_count 2\n")));
+}
+
+TEST_F(ServeTest, EndsAHeadThatIsLateButNoneThatIsComplete) {
+    Start({"--max-head-time", "1"});
+    TestClient trickling(m_port);
+    trickling.Send("GET /hello.txt HTTP/1.0\r\nX-Slow: ");
+    TestClient posting(m_port);
+    posting.Send("POST /echo HTTP/1.0\r\nContent-Length: 3\r\n\r\na");
+    trickling.ReadAll();
+    WaitFor("/metrics", "qornet_timeouts_total{kind=\"head\"} 1");
+    posting.Send("=1");
+    EXPECT_THAT(posting.ReadAll(), EndsWith("body: a=1\n"));
+}
+
+TEST_F(ServeTest, RefusesAPeerThatHasTooManyConnections) {
+    Start({"--max-peer", "2"});
+    {
+        TestClient first(m_port), second(m_port);
+        EXPECT_THAT(TestClient(m_port).ReadAll(), IsEmpty());
+    }
+    WaitFor("/metrics", "qornet_connections_refused_total");  // there is room again
+    EXPECT_EQ(Get("/hello.txt").substr(0, 15), "HTTP/1.0 200 OK");
+}
+
+TEST_F(ServeTest, LetsARunningDownloadFinishWhenItStops) {
+    constexpr std::size_t SIZE = 30'000'000;  // more than the sockets' buffers hold
+    Write("large.bin", std::string(SIZE, 'x'));
+    Start({"--drain", "60"});
+    TestClient silent(m_port);
+    TestClient download(m_port);
+    download.Send("GET /large.bin HTTP/1.0\r\n\r\n");
+    const std::string begin = download.Read(1000);
+    m_server->Signal(SIGTERM);
+    const std::string rest = download.ReadAll();
+    EXPECT_EQ(begin.size() + rest.size(),
+              std::string("HTTP/1.0 200 OK\r\nContent-Length: 30000000\r\n\r\n").size() + SIZE);
+    EXPECT_EQ(m_server->Wait(), 0);
+}
+
+TEST_F(ServeTest, StopsWithinTwoSecondsInSpiteOfSilentAndStalledClients) {
+    Write("large.bin", std::string(30'000'000, 'x'));
+    Start({"--drain", "0.2"});
+    TestClient silent(m_port);
+    TestClient stalled(m_port);
+    stalled.Send("GET /large.bin HTTP/1.0\r\n\r\n");
+    stalled.Read(1000);
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(Stop(), 0);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2));
+}
+
+TEST_F(ServeTest, SaysWhenItsPortIsTakenAndWritesTheOneItGot) {
+    Start({"--port-file", m_root + "/port"});
+    std::ifstream file(m_root + "/port");
+    std::string port;
+    file >> port;
+    EXPECT_EQ(port, std::to_string(m_port));
+    const Finished second = RunProgram({QORNET_PATH, "serve", "--root", m_root, "--port", port});
+    EXPECT_EQ(second.status, 1);
+    EXPECT_EQ(second.errors, "qornet: cannot listen on 127.0.0.1:" + port +
+                                 ": Address already in use; choose another --port (0 picks a free one) or --address\n");
+}
+
+TEST_F(ServeTest, RaisesALowLimitOnDescriptors) {
+    ChildProcess server(
+        {"/bin/sh", "-c", "ulimit -S -n 256; exec " QORNET_PATH " serve --port 0 --root '" + m_root + "'"});
+    ASSERT_THAT(server.ReadLine(), StartsWith("listening on "));
+    std::ifstream limits("/proc/" + std::to_string(server.GetId()) + "/limits");
+    std::string text{std::istreambuf_iterator<char>(limits), {}};
+    EXPECT_THAT(text, Not(HasSubstr("Max open files            256 ")));
+}
+
+TEST(EchoTest, SendsBackWhatItGetsAndStopsCleanly) {
+    ChildProcess server({QORNET_PATH, "echo", "tcp"});
+    const std::string line = server.ReadLine();
+    ASSERT_THAT(line, StartsWith("listening on tcp://127.0.0.1:"));
+    TestClient client(static_cast<std::uint16_t>(std::stoi(line.substr(line.rfind(':') + 1))));
+    const std::string text(100'000, 'e');
+    client.Send(text);
+    client.EndSending();
+    EXPECT_EQ(client.ReadAll(), text);
+    server.Signal(SIGINT);
+    EXPECT_EQ(server.Wait(), 0);
+}
+
+}  // namespace
