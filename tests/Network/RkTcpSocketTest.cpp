@@ -1,0 +1,244 @@
+#include "Network/Network/RkTcpSocket.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <netinet/tcp.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <future>
+
+#include "Network/Network/RkNetworkException.h"
+#include "Network/Network/RkTcpSocketFactory.h"
+#include "Network/Network/RkTcpTimeoutSocket.h"
+#include "tests/support/DescriptorLimit.h"
+#include "tests/support/ScriptedPeer.h"
+
+using namespace std::string_literals;
+using testing::ElementsAre;
+
+namespace {
+
+const RkInetAddress LOOPBACK("127.0.0.1", 0);
+const RkTimePeriod NO_LIMIT;
+const RkTimePeriod SHORT(0, 0, 0, 0, 20);
+const RkTimePeriod LONG(0, 0, 1);
+
+/// Opens sockets for a test and closes them after it.
+class RkTcpSocketTest : public ::testing::Test {
+protected:
+    ~RkTcpSocketTest() override {
+        for (RkTcpSocket* sock : {&m_listener, &m_client, &m_server})
+            sock->Close();
+    }
+
+    void Listen() {
+        m_listener.Bind(LOOPBACK);
+        m_listener.Listen(8);
+    }
+
+    void ConnectPair() {
+        Listen();
+        m_client.Connect(m_listener.GetLocalAddress(), LONG);
+        ASSERT_TRUE(m_listener.Accept(m_server, NO_LIMIT));
+    }
+
+    std::string Read(RkTcpSocket& sock) {
+        char data[64];
+        const ssize_t count = sock.Read(data, sizeof data, LONG);
+        return count < 0 ? "error" : std::string(data, static_cast<std::size_t>(count));
+    }
+
+    RkTcpSocket m_listener, m_client, m_server;
+};
+
+/// Runs an action that must fail with `text`, a number and a NUL. @return the number
+template <class Action>
+int FailureOf(Action action, const std::string& text) {
+    try {
+        action();
+        ADD_FAILURE() << "no failure; expected " << text;
+    } catch (const RkNetworkException& e) {
+        EXPECT_EQ(e.GetMessage(), text + std::to_string(e.GetOsErrno()) + '\0');
+        return e.GetOsErrno();
+    }
+    return 0;
+}
+
+/// Writes down which hooks closing calls.
+struct HookedSocket : RkTcpSocket {
+    RkErrorCode CloseSocket() override { return calls.push_back("close"), RkTcpSocket::CloseSocket(); }
+    void SetHandle(SOCKET sock) override {
+        calls.push_back(sock == -1 ? "none" : "handle");
+        RkTcpSocket::SetHandle(sock);
+    }
+    std::vector<std::string> calls;
+};
+
+}  // namespace
+
+TEST_F(RkTcpSocketTest, CarriesBytesBothWaysAndEndsInOrder) {
+    ConnectPair();
+    m_client.WriteExactly("ping", 4);
+    EXPECT_EQ(Read(m_server), "ping");
+    EXPECT_EQ(m_server.ShutdownSocket(), 0);
+    EXPECT_EQ(Read(m_client), "");
+    m_client.WriteUInt32(7);  // the other direction still works
+    EXPECT_EQ(m_server.ReadUInt32(), 7u);
+    EXPECT_EQ(m_server.GetRemoteAddress(), m_client.GetLocalAddress());
+}
+
+TEST_F(RkTcpSocketTest, ClosesThroughItsHooksAndOnlyOnce) {
+    HookedSocket sock;
+    sock.Close();
+    EXPECT_EQ(sock.ShutdownSocket(), 0);
+    sock.Open();
+    sock.Open();
+    sock.Close();
+    sock.CloseForce();
+    EXPECT_THAT(sock.calls, ElementsAre("handle", "close", "none"));
+}
+
+TEST_F(RkTcpSocketTest, FailuresTellTheSystemsNumber) {
+    Listen();
+    RkTcpSocket other(m_listener.GetLocalAddress(), false), bad;
+    const int closed = ::dup(0);
+    ::close(closed);
+    bad.SetHandle(closed);
+    EXPECT_EQ(FailureOf([&] { other.Bind(); }, "Bind failed: "), EADDRINUSE);
+    other.Close();
+    EXPECT_EQ(FailureOf([&] { bad.Listen(1); }, "Listen failed: "), EBADF);
+    EXPECT_EQ(FailureOf([&] { bad.Accept(other); }, "Accept() failed: "), EBADF);
+    EXPECT_EQ(FailureOf([&] { bad.Accept(other, SHORT); }, "Select() failed in Accept(): "), EBADF);
+    EXPECT_EQ(FailureOf([&] { bad.SetNagleEnabled(true); }, "setsockopt(IPPROTO_TCP, TCP_NODELAY) failed: "), EBADF);
+    EXPECT_EQ(FailureOf([&] { bad.SetNonBlockingMode(true); }, "fcntl F_GETFL failed: "), EBADF);
+    EXPECT_EQ(FailureOf([&] { bad.RkSocket::Open(-1, 0, true); }, "::socket() failed "), EINVAL);
+    EXPECT_EQ(bad.SetBoolSocketOption(RkSocket::KEEPALIVE_SOCK_OPT, true), -1);
+    EXPECT_EQ(bad.GetRemoteAddress().ToString(), "0.0.0.0");
+    EXPECT_EQ(Read(bad), "");  // a failed wait reads as a time-out
+}
+
+TEST_F(RkTcpSocketTest, ConnectFailuresLeaveTheSocketClosed) {
+    const StuckListener stuck;
+    const RkInetAddress unused = UnusedAddress();
+    EXPECT_EQ(FailureOf([&] { m_client.Connect(unused); }, "Connect failed: "), ECONNREFUSED);
+    EXPECT_FALSE(m_client.IsOpen());
+    EXPECT_EQ(FailureOf([&] { m_client.Connect(unused, LONG); }, "Connect failed: "), ECONNREFUSED);
+    EXPECT_FALSE(m_client.IsOpen());
+    FailureOf([&] { m_client.Connect(stuck.Address(), SHORT); }, "Connect timed out: ");
+    EXPECT_FALSE(m_client.IsOpen());
+    EXPECT_THROW(m_client.Connect(RkInetAddress("::1", 80), LONG), RkNetworkException);
+    EXPECT_FALSE(m_client.IsOpen());
+}
+
+TEST_F(RkTcpSocketTest, TimedConnectKeepsTheBlockingMode) {
+    Listen();
+    for (const bool nonBlocking : {true, false}) {
+        m_client.SetNonBlockingMode(nonBlocking);  // opens a closed socket
+        m_client.Connect(m_listener.GetLocalAddress(), NO_LIMIT);
+        EXPECT_EQ(m_client.GetNonBlockingMode(), nonBlocking);
+        EXPECT_EQ((::fcntl(m_client.GetHandle(), F_GETFL) & O_NONBLOCK) != 0, nonBlocking);
+        m_client.Reset();
+        EXPECT_FALSE(m_client.GetNonBlockingMode());
+    }
+}
+
+TEST_F(RkTcpSocketTest, TimedCallsGiveUp) {
+    ConnectPair();
+    char data[4096] = {};
+    EXPECT_EQ(m_server.Read(data, sizeof data, SHORT), 0);
+    EXPECT_FALSE(m_listener.Accept(m_server, SHORT));
+    m_client.SetNonBlockingMode(true);
+    while (m_client.Write(data, sizeof data) > 0) {}
+    EXPECT_EQ(m_client.Write(data, sizeof data, SHORT), 0);
+    m_client.Close();
+    EXPECT_EQ(m_client.Read(data, sizeof data, LONG), -1);
+    EXPECT_EQ(m_client.Write(data, sizeof data, NO_LIMIT), -1);
+    EXPECT_EQ(errno, EBADF);
+}
+
+TEST_F(RkTcpSocketTest, CloseForceResetsTheConnection) {
+    ConnectPair();
+    m_client.CloseForce();
+    EXPECT_EQ(Read(m_server), "error");
+    EXPECT_FALSE(m_client.IsOpen());
+}
+
+TEST_F(RkTcpSocketTest, SendingToAGonePeerIsAnErrorNotASignal) {
+    ConnectPair();
+    m_server.CloseForce();
+    EXPECT_EQ(Read(m_client), "error");
+    EXPECT_EQ(m_client.Write("x", 1), -1);
+    EXPECT_EQ(m_client.Write("x", 1, LONG), -1);
+    EXPECT_EQ(errno, EPIPE);
+}
+
+TEST_F(RkTcpSocketTest, CopyHasNoHandleAndAssignmentSharesIt) {
+    RkTcpSocket original(LOOPBACK, true);
+    original.Bind();
+    RkTcpSocket copy(original), alias;
+    alias = original;
+    EXPECT_FALSE(copy.IsOpen());
+    EXPECT_EQ(alias.GetHandle(), original.GetHandle());
+    copy.Bind();
+    EXPECT_EQ(copy.GetLocalAddress().GetIpAddress(false), 0x7F000001u);
+    EXPECT_FALSE(copy.GetBoolSocketOption(RkSocket::REUSEADDR_SOCK_OPT));
+    copy.Close();
+    original.Close();
+}
+
+TEST_F(RkTcpSocketTest, ResetAlwaysReusesTheAddress) {
+    m_client.Open();
+    EXPECT_FALSE(m_client.GetBoolSocketOption(RkSocket::REUSEADDR_SOCK_OPT));
+    m_client.Reset();
+    EXPECT_TRUE(m_client.GetBoolSocketOption(RkSocket::REUSEADDR_SOCK_OPT));
+    m_client.SetBoolSocketOption(RkSocket::REUSEADDR_SOCK_OPT, false);
+    EXPECT_FALSE(m_client.GetBoolSocketOption(RkSocket::REUSEADDR_SOCK_OPT));
+}
+
+TEST_F(RkTcpSocketTest, SetsPlainOptions) {
+    m_client.Open();
+    int value = 0;
+    socklen_t length = sizeof value;
+    m_client.SetNagleEnabled(false);
+    ::getsockopt(m_client.GetHandle(), IPPROTO_TCP, TCP_NODELAY, &value, &length);
+    EXPECT_EQ(value, 1);
+    EXPECT_EQ(m_client.SetSocketOption<int>(SO_PRIORITY, 3), 0);
+    EXPECT_EQ(m_client.GetSocketOption<int>(SO_PRIORITY, value), 0);
+    EXPECT_EQ(value, 3);
+}
+
+TEST_F(RkTcpSocketTest, EveryDescriptorIsCloseOnExec) {
+    ConnectPair();
+    for (RkTcpSocket* sock : {&m_listener, &m_client, &m_server})
+        EXPECT_EQ(::fcntl(sock->GetHandle(), F_GETFD), FD_CLOEXEC);
+}
+
+TEST_F(RkTcpSocketTest, FactoryMakesClosedPlainSockets) {
+    RkTcpSocketFactory factory;
+    const std::unique_ptr<RkTcpSocket> sock(factory.CreateSocket());
+    EXPECT_FALSE(sock->IsOpen());
+    EXPECT_EQ(sock->close(), 0);
+    EXPECT_TRUE(sock->Flush());
+}
+
+TEST_F(RkTcpSocketTest, WorksWithDescriptorsAboveTheFixedSetSize) {
+    EXPECT_TRUE(PassesWithDescriptorLimit(20000, "RkHighTcpSocketTest.*"));
+}
+
+using RkHighTcpSocketTest = RkTcpSocketTest;
+TEST_F(RkHighTcpSocketTest, DISABLED_EveryWaitWorks) {
+    std::vector<int> low;  // take all low numbers
+    for (int fd = 0; (fd = ::open("/dev/null", O_RDONLY | O_CLOEXEC)) < 5000;)
+        low.push_back(fd);
+    RkTcpTimeoutSocket timed(LONG, SHORT, SHORT);
+    ConnectPair();
+    ASSERT_GT(m_client.GetHandle(), 5000);
+    timed.Connect(m_listener.GetLocalAddress());
+    char byte = 'x';
+    EXPECT_EQ(m_client.Write(&byte, 1, LONG), 1);
+    EXPECT_EQ(Read(m_server), "x");
+    EXPECT_EQ(timed.Read(&byte, 1), 0);
+    timed.Close();
+    EXPECT_EQ(timed.Read(&byte, 1), -1);
+}
