@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -20,6 +21,7 @@ public:
     void write(const kstr::diag::RkLogRecord& record) override {
         const std::lock_guard guard(m_lock);
         m_records.push_back({record.level, record.logger, record.message});
+        m_changed.notify_all();
     }
 
     std::vector<Record> Records() const {
@@ -40,6 +42,15 @@ public:
         return std::find(messages.begin(), messages.end(), message) != messages.end();
     }
 
+    /// Waits until a line with this message came.
+    void WaitFor(const std::string& message) {
+        std::unique_lock guard(m_lock);
+        m_changed.wait(guard, [&] {
+            return std::any_of(m_records.begin(), m_records.end(),
+                               [&](const Record& r) { return r.message == message; });
+        });
+    }
+
     void Clear() {
         const std::lock_guard guard(m_lock);
         m_records.clear();
@@ -47,6 +58,7 @@ public:
 
 private:
     mutable std::mutex m_lock;  ///< guards m_records
+    std::condition_variable m_changed;
     std::vector<Record> m_records;
 };
 
