@@ -14,15 +14,19 @@ struct RkThread::State {
 
     explicit State(bool destroySelfWhenFinished) : destroySelf(destroySelfWhenFinished) {}
 
-    void AwaitEnd(bool unlessItWaits);
+    enum class Wait { PATIENT, OF_POOL };
+
+    static void AwaitEnd(std::shared_ptr<State> thread, Wait wait);
+    bool IsHeldUp() const;
     void Detach();
 
     static thread_local State* current;  ///< of the RkThread that the caller is; null in any other thread
 
-    std::mutex lock;                       ///< guards `system`, `waits` and every change of `phase`
-    std::condition_variable changed;       ///< `phase` or `waits` did
+    std::mutex lock;                       ///< guards `system`, `waitsFor`, `wait` and every change of `phase`
+    std::condition_variable changed;       ///< `phase` or `waitsFor` did
     std::thread system;                    ///< joined by the first waiter
-    int waits = 0;                         ///< waits for other threads that this thread is inside
+    std::shared_ptr<State> waitsFor;       ///< the thread whose end this one waits for, if any
+    Wait wait = Wait::PATIENT;             ///< how it does
     std::atomic<Phase> phase{Phase::NEW};  ///< RUNNING until the thread has nothing left to do
     std::atomic<RkOS::Thread_t> id{0};     ///< 0 unless running, since ids are used again
     std::atomic<bool> destroySelf;
@@ -34,17 +38,18 @@ thread_local RkThread::State* RkThread::State::current = nullptr;
 /// Marks the calling thread as waiting for another one, so that a pool that stops does not wait for it in turn.
 class RkThread::WaitMark {
 public:
-    WaitMark() : m_self(State::current) { Add(1); }
-    ~WaitMark() { Add(-1); }
+    WaitMark(std::shared_ptr<State> thread, State::Wait wait) : m_self(State::current) { Set(std::move(thread), wait); }
+    ~WaitMark() { Set(nullptr, State::Wait::PATIENT); }
     WaitMark(const WaitMark&) = delete;
     WaitMark& operator=(const WaitMark&) = delete;
 
 private:
-    void Add(int waits) {
+    void Set(std::shared_ptr<State> thread, State::Wait wait) {
         if (!m_self)
             return;
         const std::lock_guard guard(m_self->lock);
-        m_self->waits += waits;
+        m_self->waitsFor.swap(thread);  // what was there is let go without the lock
+        m_self->wait = wait;
         m_self->changed.notify_all();
     }
 
@@ -75,12 +80,21 @@ private:
     std::shared_ptr<State> m_state;
 };
 
-void RkThread::State::AwaitEnd(bool unlessItWaits) {
-    const WaitMark mark;
-    std::unique_lock guard(lock);
-    changed.wait(guard, [&] { return phase != Phase::RUNNING || (unlessItWaits && waits > 0); });
-    if (phase == Phase::OVER && system.joinable())
-        system.join();
+/// Waits for the end of `thread`; on behalf of a pool that stops only as long as that is not held up itself.
+void RkThread::State::AwaitEnd(std::shared_ptr<State> thread, Wait wait) {
+    const WaitMark mark(thread, wait);
+    std::unique_lock guard(thread->lock);
+    thread->changed.wait(
+        guard, [&] { return thread->phase != Phase::RUNNING || (wait == Wait::OF_POOL && thread->IsHeldUp()); });
+    if (thread->phase == Phase::OVER && thread->system.joinable())
+        thread->system.join();
+}
+
+/// Whether this thread waits for one that goes on, so that the caller must not wait for this one in turn. Threads of a pool
+/// that stops hold each other up, but nobody outside: they all end.
+bool RkThread::State::IsHeldUp() const {
+    const bool waits = waitsFor && waitsFor->phase == Phase::RUNNING;
+    return waits && (wait == Wait::PATIENT || current != nullptr);
 }
 
 void RkThread::State::Detach() {
@@ -99,7 +113,7 @@ RkThread::~RkThread() {
     if (IsCurrent())
         m_state->Detach();
     else
-        m_state->AwaitEnd(false);
+        State::AwaitEnd(m_state, State::Wait::PATIENT);
 }
 
 void RkThread::Run() {
@@ -156,13 +170,12 @@ bool RkThread::IsCurrent() const { return State::current == m_state.get(); }
 void RkThread::WaitForThread(RkThread* thread) {
     if (!thread || thread->IsCurrent())
         return;
-    const auto state = thread->m_state;  // outlives a thread that destroys itself
-    state->AwaitEnd(false);
+    State::AwaitEnd(thread->m_state, State::Wait::PATIENT);
 }
 
 void RkThread::WaitUnlessItWaits(RkThread& thread) {
     if (!thread.IsCurrent())
-        thread.m_state->AwaitEnd(true);
+        State::AwaitEnd(thread.m_state, State::Wait::OF_POOL);
 }
 
 void RkThread::Sleep(unsigned milliseconds) { std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds)); }

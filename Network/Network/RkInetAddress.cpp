@@ -53,9 +53,9 @@ bool SplitBracketed(const std::string& text, std::size_t open, Endpoint& endpoin
     if (close == std::string::npos)
         return false;
     endpoint.address = std::string_view(text).substr(open + 1, close - open - 1);
-    const auto colon = text.rfind(':');
-    if (colon == std::string::npos || colon < close)
+    if (close + 1 == text.size())
         return true;
+    const auto colon = text.rfind(':');
     if (colon != close + 1 || colon + 1 == text.size())
         return false;
     endpoint.port = ParsePort(text.c_str() + colon + 1);

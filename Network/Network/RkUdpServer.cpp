@@ -32,17 +32,14 @@ RkUdpServer::RkUdpServer(unsigned short port, int connectionTimeout, int maxPool
       m_pool(maxPoolSize, startPoolSize, deleteRunnables, 0, timeout, factory),
       m_timeout(connectionTimeout) {}
 
-RkUdpServer::~RkUdpServer() {
-    if (!GetRunning())
-        m_event.Post();  // a server that never ran keeps nobody waiting
-    Shutdown();
-}
+RkUdpServer::~RkUdpServer() { Shutdown(); }
 
 void RkUdpServer::Run() {
     struct AtTheEnd {
         RkUdpServer& server;
         ~AtTheEnd() { server.Finish(); }
     } const atTheEnd{*this};
+    m_hasRun = true;
     ReceiveUntilStopped();
 }
 
@@ -95,7 +92,8 @@ void RkUdpServer::Finish() {
 void RkUdpServer::Stop() {
     m_shutdown = true;
     RkUdpCriticalSection::Itself().Wake(m_socket);
-    const bool ended = m_event.Wait(RkTimePeriod(0, 0, 0, 0, m_timeout));
+    const bool runs = m_hasRun || GetRunning();  // a server that was never started keeps nobody waiting
+    const bool ended = runs && m_event.Wait(RkTimePeriod(0, 0, 0, 0, m_timeout));
     m_pool.Stop();
     if (ended && !HasConnections())
         return;

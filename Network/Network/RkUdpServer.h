@@ -90,4 +90,5 @@ private:
     RkEvent m_event;                           ///< posted when Run has closed the socket
     std::atomic<const char*> m_state{"init"};  ///< a constant text
     const int m_timeout;                       ///< milliseconds
+    std::atomic<bool> m_hasRun{false};
 };

@@ -1,0 +1,5 @@
+#include "Network/Network/RkBasicConnectionException.h"
+
+RkBasicConnectionException::RkBasicConnectionException(const std::string& message) : RkException(message) {}
+
+RkBasicConnectionException::~RkBasicConnectionException() = default;

@@ -1,0 +1,56 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+#include <vector>
+
+#include "Network/Network/RkBasicConnectionPool.h"
+#include "Network/Network/RkBasicConnectionRef.h"
+
+namespace {
+
+constexpr int kMaximum = 5;
+constexpr int kThreads = 8;
+constexpr int kLeases = 100000;
+
+class HeldConnection : public RkBasicConnection {
+public:
+    std::atomic<bool> held = false;
+};
+
+class HeldPool : public RkBasicConnectionPool {
+public:
+    using RkBasicConnectionPool::RkBasicConnectionPool;
+    RkBasicConnection* CreateConnection() override { return new HeldConnection; }
+};
+
+TEST(RkBasicConnectionPoolConcurrent, NeverLetsMoreThanTheMaximumOutNorOneToTwoHolders) {
+    HeldPool pool(1, kMaximum);
+    pool.SetCleanUpTime(RkTimePeriod());
+    std::atomic<int> out = 0, most = 0, shared = 0;
+    const auto lease = [&](int turn) {
+        RkTimePeriod timeout(0, 0, 1);
+        RkBasicConnectionRef ref(pool, timeout);
+        auto& connection = static_cast<HeldConnection&>(*ref.Get());
+        shared += connection.held.exchange(true);
+        const int now = ++out;
+        for (int seen = most; seen < now && !most.compare_exchange_weak(seen, now);) {}
+        connection.held = false;
+        --out;
+        if (turn % 3 == 0)
+            ref.Done(true);
+        if (turn % 100 == 0)
+            pool.CleanUp();
+    };
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < kThreads; ++i)
+        threads.emplace_back([&] {
+            for (int turn = 0; turn < kLeases / kThreads; ++turn)
+                lease(turn);
+        });
+    threads.clear();
+    EXPECT_LE(most, kMaximum);
+    EXPECT_EQ(shared, 0);
+}
+
+}  // namespace

@@ -1,0 +1,151 @@
+#include "Network/Network/RkBasicConnectionPool.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+#include "Network/Network/RkBasicConnectionException.h"
+#include "Network/Network/RkBasicConnectionRef.h"
+#include "Network/Network/RkNetworkException.h"
+
+namespace {
+
+const RkTimePeriod kNow;
+
+/// Counts the living, and fails its Close when told to.
+class CountedConnection : public RkBasicConnection {
+public:
+    CountedConnection() { ++s_alive; }
+    ~CountedConnection() override { --s_alive; }
+    void Close() override {
+        if (failing)
+            throw RkNetworkException("close failed");
+    }
+
+    static inline int s_alive = 0;
+    bool failing = false;
+};
+
+class CountedPool : public RkBasicConnectionPool {
+public:
+    using RkBasicConnectionPool::RkBasicConnectionPool;
+    RkBasicConnection* CreateConnection() override { return barren ? nullptr : new CountedConnection; }
+
+    bool barren = false;
+};
+
+class RkBasicConnectionPoolTest : public ::testing::Test {
+protected:
+    ~RkBasicConnectionPoolTest() override { EXPECT_EQ(CountedConnection::s_alive, 0); }
+
+    static std::string WhyNoLease(RkBasicConnectionPool& pool) {
+        try {
+            pool.Get(kNow);
+        } catch (const RkBasicConnectionException& e) {
+            return e.GetMessage();
+        }
+        return "leased";
+    }
+    static void Age(RkBasicConnection* connection, int seconds) {
+        connection->SetTimeStamp(RkTimePeriod::SinceEpoch() - RkTimePeriod(0, 0, 0, seconds));
+    }
+};
+
+TEST_F(RkBasicConnectionPoolTest, HandsOutItsMaximumAndTheReturnedOneAgain) {
+    CountedPool pool(0, 2);
+    RkBasicConnection* first = pool.Get(kNow);
+    RkBasicConnection* second = pool.Get(kNow);
+    EXPECT_EQ(WhyNoLease(pool), "Number of connections is maxed out");
+    pool.Done(first, false);
+    EXPECT_EQ(pool.Get(kNow), first);
+    pool.Done(first, true);
+    pool.Done(second, true);
+}
+
+TEST_F(RkBasicConnectionPoolTest, ReusesTheOneReturnedLongestAgo) {
+    CountedPool pool(0, 3);
+    RkBasicConnection* first = pool.Get(kNow);
+    RkBasicConnection* second = pool.Get(kNow);
+    pool.Done(second, false);
+    pool.Done(first, false);
+    EXPECT_EQ(pool.Get(kNow), second);
+    EXPECT_EQ(pool.Get(kNow), first);
+    pool.Done(first, false);
+    pool.Done(second, false);
+}
+
+TEST_F(RkBasicConnectionPoolTest, NullGivesNoPlaceBack) {
+    CountedPool pool(0, 2);
+    pool.Done(pool.Get(kNow), true);
+    pool.Done(nullptr, false);
+    pool.Done(nullptr, true);
+    const RkBasicConnection* lost = pool.Get(kNow);
+    RkBasicConnection* second = pool.Get(kNow);
+    EXPECT_EQ(WhyNoLease(pool), "Number of connections is maxed out");
+    delete lost;  // its holder answered with null
+    pool.Done(second, false);
+}
+
+TEST_F(RkBasicConnectionPoolTest, AFailedFactoryKeepsItsPlace) {
+    CountedPool pool(0, 2);
+    pool.barren = true;
+    EXPECT_EQ(WhyNoLease(pool), "Could not get a new connection");
+    pool.barren = false;
+    RkBasicConnection* only = pool.Get(kNow);
+    EXPECT_EQ(WhyNoLease(pool), "Number of connections is maxed out");
+    pool.Done(only, false);
+}
+
+TEST_F(RkBasicConnectionPoolTest, KillingGivesThePlaceBackEvenWhenTheCloseFails) {
+    CountedPool pool(0, 1);
+    auto* connection = static_cast<CountedConnection*>(pool.Get(kNow));
+    connection->failing = true;
+    EXPECT_THROW(pool.Done(connection, true), RkNetworkException);
+    EXPECT_EQ(CountedConnection::s_alive, 0);
+    pool.Done(pool.Get(kNow), false);
+}
+
+TEST_F(RkBasicConnectionPoolTest, CleaningUpKeepsTheMinimumAndTheYoung) {
+    CountedPool pool(1, 3);
+    pool.SetCleanUpTime(RkTimePeriod(0, 0, 0, 10));
+    RkBasicConnection* leased[] = {pool.Get(kNow), pool.Get(kNow), pool.Get(kNow)};
+    for (RkBasicConnection* connection : leased)
+        pool.Done(connection, false);
+    Age(leased[0], 11);
+    Age(leased[1], 5);
+    pool.CleanUp();
+    EXPECT_EQ(CountedConnection::s_alive, 2);
+    Age(leased[1], 11);
+    Age(leased[2], 11);
+    pool.CleanUp();
+    EXPECT_EQ(CountedConnection::s_alive, 1);
+}
+
+TEST_F(RkBasicConnectionPoolTest, ClearingIdleOnesLetsNoMoreThanTheMaximumOut) {
+    CountedPool pool(0, 1);
+    pool.Done(pool.Get(kNow), false);
+    pool.ClearPool();
+    EXPECT_EQ(CountedConnection::s_alive, 0);
+    RkBasicConnection* only = pool.Get(kNow);
+    EXPECT_EQ(WhyNoLease(pool), "Number of connections is maxed out");
+    pool.Done(only, false);
+}
+
+TEST_F(RkBasicConnectionPoolTest, AReferenceReturnsItsConnectionOnce) {
+    CountedPool pool(0, 1);
+    RkTimePeriod timeout;
+    {
+        RkBasicConnectionRef lease(pool, timeout);
+        EXPECT_THROW(RkBasicConnectionRef(pool, timeout), RkBasicConnectionException);
+    }
+    EXPECT_EQ(CountedConnection::s_alive, 1);
+    {
+        RkBasicConnectionRef lease(pool, timeout);
+        lease.Done(true);
+        lease.Done(true);
+    }
+    EXPECT_EQ(CountedConnection::s_alive, 0);
+}
+
+}  // namespace

@@ -1,0 +1,318 @@
+#include <gmock/gmock.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <functional>
+#include <future>
+#include <numeric>
+#include <thread>
+
+#include "Network/Network/RkNetworkException.h"
+#include "Network/Network/RkSSLSocket.h"
+#include "Network/Network/RkSSLTimeoutSocket.h"
+#include "tests/support/CapturingSink.h"
+#include "tests/support/ScriptedPeer.h"
+#include "tests/support/TempDir.h"
+#include "tests/support/TestCertificates.h"
+
+using namespace std::chrono_literals;
+using ::testing::AllOf;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+namespace {
+
+const RkTimePeriod SHORT(0, 0, 0, 0, 20), LONG(0, 0, 1);
+
+std::string Failure(const std::function<void()>& action) {
+    try {
+        action();
+        return "";
+    } catch (const RkNetworkException& e) {
+        return e.what();
+    }
+}
+
+size_t OpenDescriptors() {
+    const std::filesystem::directory_iterator all("/proc/self/fd");
+    return static_cast<size_t>(std::distance(begin(all), end(all)));
+}
+
+/// Passes a connection on to another address, in pieces of changing size, until `limit` bytes went to the server; then it
+/// resets both ends.
+class Relay {
+public:
+    Relay(const RkInetAddress& server, size_t limit)
+        : m_peer([this, server, limit](ScriptedPeer::Connection& client) {
+              m_server.Connect(server);
+              std::thread back([&] {
+                  char piece[40000];
+                  for (ssize_t count; (count = m_server.Read(piece, NextSize())) > 0;)
+                      client.Write({piece, static_cast<size_t>(count)});
+                  client.ShutdownWrite();
+              });
+              size_t passed = 0;
+              for (std::string text; passed < limit && !(text = client.Read()).empty(); passed += text.size())
+                  for (size_t at = 0, size = 0; at < text.size(); at += size)
+                      m_server.WriteExactly(text.data() + at, size = std::min(NextSize(), text.size() - at));
+              if (passed < limit)
+                  m_server.ShutdownSocket();
+              else
+                  m_server.Wake();
+              back.join();
+              client.Reset();
+              m_server.CloseForce();
+          }) {}
+
+    RkInetAddress Address() const { return m_peer.Address(); }
+
+private:
+    size_t NextSize() { return SIZES[m_next++ % std::size(SIZES)]; }
+
+    static constexpr size_t SIZES[] = {40000, 1, 5, 16000, 3, 20000};
+    std::atomic<size_t> m_next = 0;
+    RkTcpSocket m_server;
+    ScriptedPeer m_peer;  ///< last: its thread uses all the others
+};
+
+}  // namespace
+
+class RkSSLSocketConcurrentTest : public ::testing::Test {
+protected:
+    RkSSLSocketConcurrentTest() {
+        m_identity.Write(m_dir / "tls");
+        m_listener.Bind(RkInetAddress("127.0.0.1", 0));
+        m_listener.Listen(64);
+    }
+    ~RkSSLSocketConcurrentTest() override { m_listener.Close(); }
+
+    std::unique_ptr<RkSSLSocket> FileSocket() const {
+        return std::make_unique<RkSSLSocket>(m_dir / "tls.key", m_dir / "tls.pem", true);
+    }
+    std::unique_ptr<RkSSLSocket> ObjectSocket() {
+        return std::make_unique<RkSSLSocket>(&m_identity.cert, &m_trusted, &m_identity.key);
+    }
+    RkInetAddress Address() { return m_listener.GetLocalAddress(); }
+
+    /// Connects `client` with `server`. @return why the client and the server failed; empty where they did not
+    std::pair<std::string, std::string> Connect(RkSSLSocket& client, RkSSLSocket& server) {
+        auto connecting = std::async(std::launch::async, [&] { return Failure([&] { client.Connect(Address()); }); });
+        m_listener.Accept(server);
+        const std::string failure = Failure([&] { server.AcceptSocket(); });
+        if (!failure.empty())
+            server.Wake();
+        return {connecting.get(), failure};
+    }
+    static void Close(RkSocket& one, RkSocket& other) {
+        one.Close();
+        other.Close();
+    }
+
+    TempDir m_dir;
+    const TestCA m_ca;
+    TestIdentity m_identity = m_ca.Issue();
+    kstr::Crypto::StackOf_X509Cert m_trusted = m_ca.Stack();
+    RkTcpSocket m_listener;
+};
+
+TEST_F(RkSSLSocketConcurrentTest, ObjectModeLogsTheStepsOfAnAcceptance) {
+    auto server = ObjectSocket();
+    const LogCapture log(kstr::diag::LV_DEBUG);
+    auto connecting = std::async(std::launch::async, [&] {  // by the layer below, which logs nothing
+        RkTcpSocket socket;
+        socket.Connect(Address());
+        const auto context = kstr::Crypto::SSLContext::Create(kstr::Crypto::SSLContext::Method::TLSV12);
+        context->UseCert(m_identity.cert);
+        context->UsePrivateKey(m_identity.key);
+        const auto session = context->CreateConnection();
+        session->SetFD(socket.GetHandle());
+        session->SetConnectState();
+        session->Connect();
+        socket.Close();
+    });
+    m_listener.Accept(*server);
+    server->AcceptSocket();
+    connecting.get();
+    server->Close();
+    EXPECT_THAT(
+        log->Messages(),
+        ElementsAre("AcceptSocket", "AcceptSocket before SSL_accept", "AcceptSocket after SSL_accept",
+                    "Received certificate from Peer(Client). Cert Details:\n" + m_identity.cert.GetCertDetails(),
+                    StartsWith("SSL Connection using: ECDHE-ECDSA-")));
+}
+
+TEST_F(RkSSLSocketConcurrentTest, ObjectModeRefusesStrangers) {
+    TestIdentity stranger = MakeSelfSigned();
+    RkSSLSocket client(&stranger.cert, &m_trusted, &stranger.key);
+    auto server = ObjectSocket();
+    const auto [clientFailure, serverFailure] = Connect(client, *server);
+    EXPECT_THAT(serverFailure, AllOf(StartsWith("unable to accept, "), HasSubstr("certificate verify failed")));
+    EXPECT_THAT(clientFailure, StartsWith("unable to connect using ssl, "));
+    Close(client, *server);
+}
+
+TEST_F(RkSSLSocketConcurrentTest, TheChainIsCheckedByTheNewOwnerAfterACopy) {
+    auto clientSource = ObjectSocket(), serverSource = ObjectSocket(), assigned = FileSocket();
+    RkSSLSocket server(*serverSource);
+    serverSource.reset();
+    assigned->Uninit();  // what an assignment overwrites would be lost
+    *assigned = *clientSource;
+    clientSource.reset();
+    EXPECT_EQ(Connect(*assigned, server), std::pair(std::string(), std::string()));
+    RkSSLSocket again(server);  // and the session goes along
+    EXPECT_EQ(again.Write("hello", 5), 5);
+    char text[5];
+    EXPECT_EQ(assigned->Read(text, 5), 5);
+    Close(*assigned, again);
+}
+
+TEST_F(RkSSLSocketConcurrentTest, ATimedReadOfASilentPeerRestoresTheMode) {
+    auto client = FileSocket(), server = FileSocket();
+    Connect(*client, *server);
+    const LogCapture log(kstr::diag::LV_DEBUG);
+    char byte = 0;
+    for (const bool nonBlocking : {false, true}) {
+        client->SetNonBlockingMode(nonBlocking);
+        EXPECT_EQ(client->Read(&byte, 1, SHORT), -1);
+        EXPECT_EQ(client->GetNonBlockingMode(), nonBlocking);
+    }
+    EXPECT_EQ(client->Read(&byte, 1), 0) << "a non-blocking read has nothing yet";
+    const std::string line = "Timed out on SSL_read, timeout is 20 milliseconds";
+    EXPECT_THAT(log->Messages(), ElementsAre(line, line));
+    Close(*client, *server);
+}
+
+TEST_F(RkSSLSocketConcurrentTest, ATimedWriteToAFullPeerTimesOut) {
+    auto client = FileSocket(), server = FileSocket();
+    Connect(*client, *server);
+    const LogCapture log(kstr::diag::LV_DEBUG);
+    const std::string much(64 << 20, 'x');
+    EXPECT_EQ(server->Write(much.data(), much.size(), SHORT), -1);
+    EXPECT_THAT(log->Messages(), ElementsAre("Timed out on SSL_write, timeout is 20 milliseconds"));
+    EXPECT_FALSE(server->GetNonBlockingMode());
+    Close(*client, *server);
+}
+
+TEST_F(RkSSLSocketConcurrentTest, WhatIsDecryptedAlreadyIsNotWaitedFor) {
+    auto client = FileSocket(), server = FileSocket();
+    Connect(*client, *server);
+    client->Write("0123456789", 10);
+    char text[10];
+    EXPECT_EQ(server->Read(text, 1), 1);
+    EXPECT_EQ(server->Read(text, 9, SHORT), 9);
+    client->Shutdown(SHUT_WR);
+    EXPECT_EQ(server->Read(text, 9, SHORT), 0) << "the announced end";
+    Close(*client, *server);
+}
+
+TEST_F(RkSSLSocketConcurrentTest, ASessionIsNotUsedOnceItsDescriptorIsClosed) {
+    auto client = FileSocket(), server = FileSocket();
+    Connect(*client, *server);
+    client->Close();
+    char byte = 0;
+    EXPECT_EQ(client->Write("x", 1), -1) << "the number may be somebody else's";
+    EXPECT_EQ(client->Read(&byte, 1, SHORT), -1);
+    EXPECT_FALSE(client->IsOpen());
+    server->CloseForce();
+    EXPECT_THROW(server->Read(&byte, 1), RkNetworkException) << "CloseForce releases the session";
+}
+
+TEST_F(RkSSLSocketConcurrentTest, WakeEndsAHandshake) {
+    RkTcpSocket silent;
+    silent.Connect(Address());
+    auto server = FileSocket();
+    m_listener.Accept(*server);
+    auto accepting = std::async(std::launch::async, [&] { return Failure([&] { server->AcceptSocket(); }); });
+    server->Wake();
+    EXPECT_THAT(accepting.get(), StartsWith("unable to accept, handshake failed"));
+    Close(silent, *server);
+}
+
+TEST_F(RkSSLSocketConcurrentTest, TwentyMebibytesEachWayArriveInPieces) {
+    std::string sent(20 << 20, '\0');
+    std::iota(sent.begin(), sent.end(), '\0');
+    const Relay relay(Address(), SIZE_MAX);
+    RkSSLTimeoutSocket client(m_dir / "tls.key", m_dir / "tls.pem", LONG, LONG, LONG);
+    auto echo = std::async(std::launch::async, [&] {
+        RkSSLTimeoutSocket server(m_dir / "tls.key", m_dir / "tls.pem", LONG, LONG, LONG);
+        m_listener.Accept(server);
+        server.AcceptSocket();
+        std::string got(sent.size(), '\0');
+        server.ReadExactly(got.data(), got.size());
+        server.WriteExactly(got.data(), got.size());
+        server.Shutdown(SHUT_WR);
+        server.Close();
+    });
+    client.Connect(relay.Address());
+    client.WriteExactly(sent.data(), sent.size());
+    std::string got(sent.size(), '\0');
+    client.ReadExactly(got.data(), got.size());
+    EXPECT_TRUE(got == sent);
+    EXPECT_EQ(client.Read(got.data(), 1), 0);
+    echo.get();
+    client.Close();
+}
+
+TEST_F(RkSSLSocketConcurrentTest, AConnectionMayBeCutAnywhere) {
+    for (const size_t limit : {1, 200, 300, 5000, 300000}) {
+        const Relay relay(Address(), limit);
+        auto client = FileSocket(), server = FileSocket();
+        auto serving = std::async(std::launch::async, [&] {
+            m_listener.Accept(*server);
+            char text[1000];
+            if (Failure([&] { server->AcceptSocket(); }).empty())
+                while (server->Read(text, sizeof text, LONG) > 0) {}
+            server->Close();
+        });
+        if (Failure([&] { client->Connect(relay.Address()); }).empty()) {
+            const std::string text(10000, 'x');
+            while (client->Write(text.data(), text.size(), LONG) > 0) {}
+        }
+        serving.get();
+        client->Close();
+    }
+}
+
+TEST_F(RkSSLSocketConcurrentTest, ManyHandshakesAtOnceLeaveNothingBehind) {
+    constexpr int THREADS = 16, EACH = 16;
+    Connect(*FileSocket(), *FileSocket());  // what is made once stays
+    const auto serve = [&] {
+        for (int i = 0; i < EACH; ++i) {
+            auto server = FileSocket();
+            m_listener.Accept(*server);
+            server->AcceptSocket();
+            EXPECT_EQ(server->Write("x", 1), 1);
+            server->Close();
+        }
+    };
+    const auto ask = [&] {
+        for (int i = 0; i < EACH; ++i) {
+            auto client = FileSocket();
+            client->Connect(Address());
+            char byte = 0;
+            EXPECT_EQ(client->Read(&byte, 1), 1);
+            client->Close();
+        }
+    };
+    const size_t before = OpenDescriptors();
+    {
+        std::vector<std::jthread> threads;
+        for (int i = 0; i < THREADS; ++i) {
+            threads.emplace_back(serve);
+            threads.emplace_back(ask);
+        }
+    }
+    EXPECT_EQ(OpenDescriptors(), before);
+}
+
+TEST_F(RkSSLSocketConcurrentTest, ConnectIgnoresTheConnectTimeout) {
+    const StuckListener stuck;
+    RkSSLTimeoutSocket client(m_dir / "tls.key", m_dir / "tls.pem", SHORT, SHORT, SHORT);
+    client.SetConnectTimeout(RkTimePeriod(0, 0, 0, 0, 1));
+    auto connecting = std::async(std::launch::async, [&] { return Failure([&] { client.Connect(stuck.Address()); }); });
+    EXPECT_EQ(connecting.wait_for(50ms), std::future_status::timeout);
+    client.Wake();
+    EXPECT_THAT(connecting.get(), StartsWith("Connect failed: "));
+}

@@ -1,0 +1,299 @@
+#include "Network/Network/RkUdpServer.h"
+
+#include <gmock/gmock.h>
+
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <latch>
+#include <mutex>
+#include <regex>
+#include <sstream>
+#include <stdexcept>
+#include <thread>
+
+#include "Network/Network/RkNetworkException.h"
+#include "Network/Network/RkUdpConnection.h"
+#include "Network/Network/RkUdpCriticalSection.h"
+
+using testing::HasSubstr;
+
+namespace {
+
+const RkTimePeriod LONG(0, 0, 0, 20);
+constexpr int LONG_MS = 20000;
+const RkInetAddress ANY_PORT("127.0.0.1", 0);
+
+class Connection;
+using Work = std::function<void(Connection&)>;
+
+class Connection : public RkUdpConnection {
+public:
+    explicit Connection(Work work) : m_work(std::move(work)) {}
+    ~Connection() override { LeaveServer(); }
+    void Run() override { m_work(*this); }
+    void Stop() override {}
+    void PrintSelf(std::ostream& stream, PrintSelfLevel level) override {
+        stream << "a datagram at " << level << "\r\n";
+    }
+
+    std::string Text() const { return {m_buffer, m_bufferLength}; }
+    bool EndsWithZero() const { return m_buffer[m_bufferLength] == '\0'; }
+    void Echo() { Send(m_buffer, m_bufferLength); }
+
+private:
+    const Work m_work;
+};
+
+class Server : public RkUdpServer {
+public:
+    using Make = std::function<RkUdpConnection*()>;
+
+    explicit Server(Make make, int timeout = LONG_MS) : RkUdpServer(ANY_PORT, timeout), m_make(std::move(make)) {}
+    explicit Server(const Work& work) : Server([work] { return new Connection(work); }) {}
+    ~Server() override {
+        Stop();
+        WaitForThread(this);
+    }
+    RkUdpConnection* CreateConnection() override { return m_make(); }
+
+    std::string Print(int level) {
+        std::ostringstream text;
+        PrintSelf(text, PrintSelfLevel(level));
+        return text.str();
+    }
+
+private:
+    const Make m_make;
+};
+
+class Client : public RkUdpSocket {
+public:
+    explicit Client(const Server& server) : RkUdpSocket(ANY_PORT, server.GetLocalAddress()) {}
+    ~Client() override { Close(); }
+
+    void Say(const std::string& text) { EXPECT_EQ(Write(text.data(), text.size()), std::ssize(text)); }
+    std::string Hear() {
+        char buffer[8192];
+        const ssize_t count = Read(buffer, sizeof buffer, LONG);
+        return {buffer, static_cast<size_t>(std::max<ssize_t>(count, 0))};
+    }
+    std::string Ask(const std::string& text) {
+        Say(text);
+        return Hear();
+    }
+};
+
+/// What pool threads hand to the test.
+class Mailbox {
+public:
+    void Put(std::string text) {
+        const std::lock_guard guard(m_lock);
+        m_texts.push_back(std::move(text));
+        m_changed.notify_one();
+    }
+    std::string Take() {
+        std::unique_lock guard(m_lock);
+        m_changed.wait(guard, [&] { return !m_texts.empty(); });
+        std::string text = std::move(m_texts.front());
+        m_texts.pop_front();
+        return text;
+    }
+
+private:
+    std::mutex m_lock;  ///< guards m_texts
+    std::condition_variable m_changed;
+    std::deque<std::string> m_texts;
+};
+
+const Work ECHO = [](Connection& connection) { connection.Echo(); };
+
+TEST(RkUdpServerTest, AnswersEachClientWithItsOwnBytes) {
+    Server server(ECHO);
+    server.Start();
+    std::vector<std::jthread> clients;
+    for (int id = 0; id < 8; ++id)
+        clients.emplace_back([&server, id] {
+            Client client(server);
+            for (int i = 0; i < 100; ++i) {
+                const std::string text = std::to_string(id) + ":" + std::to_string(i);
+                ASSERT_EQ(client.Ask(text), text);
+            }
+        });
+}
+
+TEST(RkUdpServerTest, KeepsUpTo4095BytesAndAZero) {
+    Mailbox seen;
+    Server server([&](Connection& connection) {
+        EXPECT_TRUE(connection.EndsWithZero());
+        seen.Put(connection.Text());
+    });
+    server.Start();
+    Client client(server);
+    for (const size_t size : {0u, 1u, 4095u, 4096u, 65507u}) {
+        client.Say(std::string(size, 'x'));
+        EXPECT_EQ(seen.Take(), std::string(std::min<size_t>(size, 4095), 'x'));
+    }
+}
+
+TEST(RkUdpServerTest, SurvivesClientsThatAreGone) {
+    std::latch answered(1), gone(1);
+    Server server([&](Connection& connection) {
+        gone.wait();
+        for (int i = 0; i < 10; ++i)
+            connection.Echo();  // each comes back as port unreachable
+        answered.count_down();
+    });
+    server.Start();
+    Client(server).Say("bye");
+    gone.count_down();
+    answered.wait();
+    EXPECT_EQ(Client(server).Ask("still there?"), "still there?");
+}
+
+TEST(RkUdpServerTest, StopClosesTheSocketBeforeItReturns) {
+    Server server(ECHO);
+    server.Start();
+    EXPECT_EQ(Client(server).Ask("x"), "x");
+    server.Stop();
+    EXPECT_EQ(server.GetLocalAddress(), RkInetAddress());
+    EXPECT_THAT(server.Print(1), HasSubstr(" state - shutdown\r\n"));
+}
+
+TEST(RkUdpServerTest, StopWithoutTimeoutStopsAllTheSame) {
+    Server server([] { return new Connection(ECHO); }, 0);
+    server.Start();
+    server.Stop();
+    RkThread::WaitForThread(&server);
+    EXPECT_FALSE(server.GetRunning());
+}
+
+TEST(RkUdpServerTest, AConnectionMayStopItsServer) {
+    Server* running = nullptr;
+    Server server([&](Connection&) { running->Stop(); });
+    running = &server;
+    server.Start();
+    Client(server).Say("stop");
+    RkThread::WaitForThread(&server);
+    EXPECT_EQ(server.GetLocalAddress(), RkInetAddress());
+}
+
+TEST(RkUdpServerTest, ConnectionsThatSendDuringStopMeetNoForeignSocket) {
+    for (int round = 0; round < 20; ++round) {
+        std::latch sending(2);
+        Server server([&](Connection& connection) {
+            sending.count_down();
+            for (int i = 0; i < 200; ++i)
+                connection.Echo();
+        });
+        const RkInetAddress address = server.GetLocalAddress();
+        server.Start();
+        Client client(server);
+        client.Say("1");
+        client.Say("2");
+        sending.wait();
+        server.Stop();
+        Client bystander(server);  // its descriptor may have the number of the server's
+        char byte;
+        while (client.Read(&byte, 1, RkTimePeriod(0, 0, 0, 0, 0, 1)) == 1)
+            EXPECT_EQ(client.GetRemoteAddress(), address);
+    }
+}
+
+TEST(RkUdpServerTest, AFailedCreateConnectionLeavesTheDatagramToTheNext) {
+    std::atomic<int> calls{0};
+    Server server([&]() -> RkUdpConnection* {
+        switch (calls++) {
+            case 0:
+                throw RkNetworkException("no connection now");
+            case 1:
+                return new Connection(ECHO);
+            default:
+                return calls == 3 ? nullptr : new Connection(ECHO);
+        }
+    });
+    server.Start();
+    Client client(server);
+    EXPECT_EQ(client.Ask("first"), "first");
+    client.Say("dropped");
+    EXPECT_EQ(client.Ask("second"), "second");
+}
+
+TEST(RkUdpServerTest, AnyOtherExceptionEndsTheServerInOrder) {
+    Server server([]() -> RkUdpConnection* { throw std::runtime_error("out of everything"); });
+    server.Start();
+    Client(server).Say("x");
+    RkThread::WaitForThread(&server);
+    EXPECT_EQ(server.GetLocalAddress(), RkInetAddress());
+    EXPECT_THAT(server.Print(1), HasSubstr(" state - shutdown\r\n"));
+}
+
+TEST(RkUdpServerTest, AServerThatNeverRanGoesAtOnceAndClosesItsSocket) {
+    std::optional<RkInetAddress> address;
+    {
+        class Idle : public RkUdpServer {
+        public:
+            Idle() : RkUdpServer(ANY_PORT, LONG_MS) {}
+            RkUdpConnection* CreateConnection() override { return nullptr; }
+        } server;
+        address = server.GetLocalAddress();
+    }
+    RkUdpSocket again(*address, RkInetAddress());  // throws while the port is taken
+    again.Close();
+}
+
+TEST(RkUdpServerTest, PrintsItsStateByLevel) {
+    std::latch printed(1);
+    Mailbox running;
+    Server server([&](Connection& connection) {
+        running.Put(connection.Text());
+        printed.wait();
+    });
+    server.Start();
+    Client(server).Say("x");
+    running.Take();
+
+    const std::string rule(70, '-');
+    const std::string time = R"(Time: \d{4}-\d\d-\d\d \d\d:\d\d:\d\d\r\n)";
+    const auto banner = [&](int level) {
+        return rule + "\r\nTARNUdpServer - PrintSelf - Level: " + std::to_string(level) + "\r\n" + time + rule +
+               "\r\n\r\n";
+    };
+    const std::string state = "address: 127\\.0\\.0\\.1:" + std::to_string(server.GetLocalAddress().GetPort()) +
+                              " state - (waiting for|reading) message\r\n\r\n"
+                              "total threads: \\d+\r\nidle threads: \\d+\r\n\r\n";
+    const std::string list = "connections:\n  a datagram at 3\r\n\r\n";
+    const std::pair<int, std::string> cases[] = {{0, ""}, {1, state}, {2, state}, {3, list + state}, {4, ""}};
+    for (const auto& [level, body] : cases)
+        EXPECT_TRUE(std::regex_match(server.Print(level), std::regex(banner(level) + body + "\r\n")))
+            << server.Print(level);
+    printed.count_down();
+}
+
+TEST(RkUdpServerTest, ReportsItselfUnderItsKey) {
+    struct Inspector : kstr::diag::RkInspector {
+        void reportMultiLineValue(const std::string& key, const std::string& text) override { all += key + "=" + text; }
+        std::string all;
+    } inspector;
+    Server server(ECHO);
+    server.HandleInspection(inspector);
+    EXPECT_THAT(inspector.all, HasSubstr("TARNUdpServer=-----"));
+    EXPECT_THAT(inspector.all, HasSubstr("Level: 3\r\n"));
+    inspector.all.clear();
+    Connection(ECHO).HandleInspection(inspector);
+    EXPECT_EQ(inspector.all, "TARNUdpConnection=a datagram at 3\r\n");
+}
+
+TEST(RkUdpCriticalSectionTest, WaitsForADatagramWithoutTheLock) {
+    RkUdpSocket receiver(ANY_PORT, RkInetAddress());
+    auto& section = RkUdpCriticalSection::Itself();
+    char buffer[16];
+    RkInetAddress from;
+    EXPECT_EQ(section.WaitForRecv(receiver, from, buffer, sizeof buffer, 50), 0);
+    std::jthread sender([&] { section.SendTo(receiver, receiver.GetLocalAddress(), "hello", 5); });  // needs the lock
+    EXPECT_EQ(section.WaitForRecv(receiver, from, buffer, sizeof buffer, -1), 5);
+    EXPECT_EQ(from, receiver.GetLocalAddress());
+    receiver.Close();
+}
+
+}  // namespace

@@ -1,0 +1,119 @@
+#include "Network/Network/RkUdpSocket.h"
+
+#include <gmock/gmock.h>
+
+#include <cerrno>
+#include <filesystem>
+
+#include "Network/Network/RkNetworkException.h"
+#include "Network/Network/RkUdpBroadcastSocket.h"
+#include "tests/support/OwnNetwork.h"
+
+namespace {
+
+const RkTimePeriod LONG(0, 0, 0, 20);
+const RkInetAddress ANY_PORT("127.0.0.1", 0);
+
+/// A socket that its owner closes.
+template <class Socket>
+struct Owned : Socket {
+    explicit Owned(const RkInetAddress& local = ANY_PORT, const RkInetAddress& remote = RkInetAddress())
+        : Socket(local, remote) {}
+    ~Owned() override { this->Close(); }
+};
+
+template <class Socket>
+class RkUdpSocketTest : public ::testing::Test {};
+using BothSockets = ::testing::Types<RkUdpSocket, RkUdpBroadcastSocket>;
+TYPED_TEST_SUITE(RkUdpSocketTest, BothSockets);
+
+std::ptrdiff_t OpenDescriptors() {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator());
+}
+
+TYPED_TEST(RkUdpSocketTest, AnswersWhoeverWroteLast) {
+    Owned<TypeParam> server, first(ANY_PORT, server.GetLocalAddress()), second(ANY_PORT, server.GetLocalAddress());
+    char buffer[16];
+    for (auto* client : {&first, &second}) {
+        EXPECT_EQ(client->Write("hello", 5), 5);
+        EXPECT_EQ(server.Read(buffer, sizeof buffer, LONG), 5);
+        EXPECT_EQ(server.GetRemoteAddress(), client->GetLocalAddress());
+        EXPECT_EQ(server.Write("back", 4), 4);
+        EXPECT_EQ(client->Read(buffer, sizeof buffer, LONG), 4);
+    }
+}
+
+TYPED_TEST(RkUdpSocketTest, KeepsThePeerUnlessBytesCame) {
+    Owned<TypeParam> server, client(ANY_PORT, server.GetLocalAddress());
+    char buffer[16];
+    EXPECT_EQ(server.Read(buffer, sizeof buffer, RkTimePeriod(0, 0, 0, 0, 20)), 0);  // nothing came in time
+    EXPECT_EQ(client.Write("", 0), 0);
+    RkInetAddress from;
+    EXPECT_EQ(server.ReadFrom(buffer, sizeof buffer, from), 0);  // an empty datagram has no sender
+    EXPECT_EQ(from, RkInetAddress());
+    server.Close();
+    EXPECT_EQ(server.Read(buffer, sizeof buffer, LONG), -1);
+    EXPECT_EQ(server.GetRemoteAddress(), RkInetAddress());
+}
+
+TYPED_TEST(RkUdpSocketTest, CutsALongDatagramToTheBuffer) {
+    Owned<TypeParam> server, client(ANY_PORT, server.GetLocalAddress());
+    char buffer[] = "........";
+    client.Write("0123456789", 10);
+    RkInetAddress from;
+    EXPECT_EQ(server.ReadFrom(buffer, 4, from), 4);
+    EXPECT_STREQ(buffer, "0123....");
+    EXPECT_EQ(from, client.GetLocalAddress());
+}
+
+TYPED_TEST(RkUdpSocketTest, ClosesWhatItOpenedWhenThePortIsTaken) {
+    Owned<TypeParam> holder;
+    const auto before = OpenDescriptors();
+    try {
+        Owned<TypeParam> second(holder.GetLocalAddress());
+        FAIL() << "bound a port twice";
+    } catch (const RkNetworkException& e) {
+        EXPECT_EQ(e.GetMessage(), "Bind failed: " + std::to_string(EADDRINUSE) + '\0');
+        EXPECT_EQ(e.GetOsErrno(), EADDRINUSE);
+    }
+    EXPECT_EQ(OpenDescriptors(), before);
+}
+
+TYPED_TEST(RkUdpSocketTest, ResetBindsTheSameAddressAnew) {
+    Owned<TypeParam> finder;
+    const RkInetAddress local = finder.GetLocalAddress();
+    finder.Close();
+    Owned<TypeParam> socket(local);
+    socket.Reset();
+    EXPECT_TRUE(socket.IsOpen());
+    EXPECT_EQ(socket.GetLocalAddress(), local);
+    EXPECT_FALSE(socket.GetBoolSocketOption(RkSocket::REUSEADDR_SOCK_OPT));
+}
+
+TYPED_TEST(RkUdpSocketTest, RefusesToSendToIPv6) {
+    Owned<TypeParam> socket;
+    EXPECT_THROW(socket.WriteTo(RkInetAddress("::1", 9), "x", 1), RkNetworkException);
+    EXPECT_TRUE(socket.Flush());
+    EXPECT_EQ(socket.close(), 0);
+    EXPECT_TRUE(socket.IsOpen());
+}
+
+TEST(RkUdpBroadcastSocketTest, ReachesEveryListenerOfItsNetwork) {
+    const int result = RunInOwnNetwork([] {
+        Owned<RkUdpSocket> listener(RkInetAddress("0.0.0.0", 0)), plain(RkInetAddress("0.0.0.0", 0));
+        Owned<RkUdpBroadcastSocket> caller(RkInetAddress("0.0.0.0", 0));
+        const RkInetAddress everyone("255.255.255.255", listener.GetLocalAddress().GetPort());
+        EXPECT_EQ(plain.WriteTo(everyone, "x", 1), -1);
+        EXPECT_EQ(errno, EACCES);
+        EXPECT_EQ(caller.WriteTo(everyone, "hello", 5), 5);
+        char buffer[16];
+        EXPECT_EQ(listener.Read(buffer, sizeof buffer, LONG), 5);
+        EXPECT_EQ(listener.GetRemoteAddress().GetPort(), caller.GetLocalAddress().GetPort());
+        return 0;
+    });
+    if (result == OWN_NETWORK_REFUSED)
+        GTEST_SKIP() << "no network namespace to be had here";
+    EXPECT_EQ(result, 0);
+}
+
+}  // namespace
