@@ -157,10 +157,12 @@ bool RkThread::GetDestroySelfWhenFinished() { return m_state->destroySelf; }
 bool RkThread::GetRunning() { return m_state->phase == State::Phase::RUNNING; }
 
 void RkThread::Shutdown() {
-    if (m_state->isShutDown.exchange(true))
+    const auto state = m_state;  // a thread that destroys itself may be gone once it was told to stop
+    if (state->isShutDown.exchange(true))
         return;
     Stop();
-    WaitForThread(this);
+    if (State::current != state.get())
+        State::AwaitEnd(state, State::Wait::PATIENT);
 }
 
 RkOS::Thread_t RkThread::GetThreadId() const { return m_state->id; }
