@@ -1,0 +1,129 @@
+#include "Base/RkFile.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "Base/RkException.h"
+#include "Base/RkFileSystem.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+/// A folder of its own, with a file in it.
+class RkFileTest : public ::testing::Test {
+protected:
+    RkFileTest() {
+        std::string name = fs::temp_directory_path() / "qor-file-XXXXXX";
+        m_folder = fs::canonical(::mkdtemp(name.data())).string() + "/";
+        m_file = m_folder + "file";
+        std::ofstream(m_file) << "0123456789";
+    }
+    ~RkFileTest() override { fs::remove_all(m_folder); }
+
+    std::string m_folder;
+    std::string m_file;
+};
+
+}  // namespace
+
+TEST_F(RkFileTest, OpensAsItsModeSays) {
+    const std::pair<const char*, RkUInt64> cases[] = {
+        {"r+", 10}, {"rb", 10}, {"ab", 13}, {"a+", 16}, {"w", 3}, {"w+b", 3},
+    };
+    for (const auto& [mode, size] : cases) {
+        RkFile file(m_file, mode);
+        file.Write("NEW", 3);
+        RkUInt64 sizeNow = 0;
+        EXPECT_TRUE(file.IsRegular(sizeNow));
+        EXPECT_EQ(sizeNow, size) << mode;
+        EXPECT_EQ(::fcntl(file.GetHandle(), F_GETFD), FD_CLOEXEC);
+    }
+}
+
+TEST_F(RkFileTest, NamesPathAndReasonOfAFailure) {
+    const std::tuple<std::string, const char*, const char*> cases[] = {
+        {m_folder + "missing", "rb", "No such file or directory"},
+        {m_file, "wx", "File exists"},
+        {m_file, "q", "Invalid argument"},
+        {m_file + std::string("\0.txt", 5), "rb", "Invalid argument"},
+    };
+    for (const auto& [path, mode, reason] : cases) {
+        try {
+            RkFile(path, mode);
+            ADD_FAILURE() << path << " was opened as " << mode;
+        } catch (const RkException& error) {
+            EXPECT_EQ(error.GetMessage(), "Cannot open '" + path + "': " + reason);
+        }
+    }
+}
+
+TEST_F(RkFileTest, SeeksReadsAndClosesOnce) {
+    RkFile file(m_file, "rb");
+    char byte;
+    EXPECT_EQ(file.Seek(-3, SEEK_END), 7);
+    EXPECT_EQ(file.Read(&byte, 1), 1);
+    EXPECT_EQ(byte, '7');
+    EXPECT_EQ(file.Tell(), 8);
+    file.Close();
+    file.Close();
+    EXPECT_EQ(file.Read(&byte, 1), -1);
+}
+
+TEST_F(RkFileTest, AFifoHoldsNobodyAndIsNotRegular) {
+    const std::string path = m_folder + "fifo";
+    ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
+    EXPECT_EQ(RkFileSystem::GetCanonicalPath(path), path);
+    RkUInt64 size = 1;
+    EXPECT_FALSE(RkFile(path, "rb").IsRegular(size));  // hangs if it waits for a writer
+    EXPECT_EQ(size, 0U);
+}
+
+TEST_F(RkFileTest, CanonicalPathsHaveNoLinksAndNoDots) {
+    fs::rename(m_file, m_file + " (deleted)");  // a name that the kernel gives to what is gone
+    fs::create_symlink(m_folder, m_folder + "link");
+    fs::create_symlink("nowhere", m_folder + "dangling");
+    const std::pair<std::string, std::string> cases[] = {
+        {m_folder + "link/.//../" + fs::path(m_folder).parent_path().filename().string() + "/file (deleted)",
+         m_file + " (deleted)"},
+        {"/", "/"},
+        {m_folder + "dangling", ""},
+        {m_folder + std::string("\0x", 2), ""},
+        {std::string(5000, 'x'), ""},
+        {"", ""},
+    };
+    for (const auto& [path, canonical] : cases)
+        EXPECT_EQ(RkFileSystem::GetCanonicalPath(path), canonical) << path;
+}
+
+TEST_F(RkFileTest, AnswersQuestionsWithoutThrowing) {
+    const std::tuple<std::string, bool, bool, RkUInt64> cases[] = {
+        {m_folder, true, true, 0},
+        {m_file, true, false, 10},
+        {m_file + "/", false, false, 0},
+        {m_file + std::string("\0x", 2), false, false, 0},
+    };
+    for (const auto& [path, exists, isDir, size] : cases) {
+        EXPECT_EQ(RkFileSystem::Exists(path), exists) << path;
+        EXPECT_EQ(RkFileSystem::IsDir(path), isDir) << path;
+        EXPECT_EQ(RkFileSystem::GetFileSize(path), size) << path;
+    }
+}
+
+TEST(RkPathTest, JoinsWithOneSlashAndKnowsTheExtension) {
+    const std::array<const char*, 4> cases[] = {
+        {"/srv//", "/.profile", "/srv/.profile", "profile"},
+        {"/", "x.tar.GZ", "/x.tar.GZ", "GZ"},
+        {"", "/a.b/c", "/a.b/c", ""},
+    };
+    for (const auto& [left, right, joined, extension] : cases) {
+        RkPath path(left);
+        path += right;
+        EXPECT_EQ(path.GetText(), joined);
+        EXPECT_EQ(path.GetExtension(), extension) << joined;
+    }
+}
