@@ -3,6 +3,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <utility>
+
 namespace {
 
 RkTcpSocket* MakePair(int& peer) {
@@ -19,7 +21,12 @@ RkTcpSocket* MakePair(int& peer) {
 HttpExchange::HttpExchange(RkHttpRequestMap& map, unsigned timeout, RkTrace* trace)
     : m_peer(-1), m_request(MakePair(m_peer), map, trace, timeout) {}
 
-HttpExchange::~HttpExchange() { ::close(m_peer); }
+HttpExchange::~HttpExchange() { ClosePeer(); }
+
+void HttpExchange::ClosePeer() {
+    if (m_peer != -1)
+        ::close(std::exchange(m_peer, -1));
+}
 
 void HttpExchange::Send(const std::string& text) {
     (void)!::send(m_peer, text.data(), text.size(), MSG_NOSIGNAL);

@@ -21,6 +21,8 @@ public:
     /// @return whether the request has closed its socket; to be asked after everything was read
     bool PeerSeesTheEnd();
 
+    void ClosePeer();
+
     RkHttpRequest& Request() { return m_request; }
 
 private:

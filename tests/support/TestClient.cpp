@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <utility>
 
 TestClient::TestClient(std::uint16_t port) : m_socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
     const timeval patience{30, 0};
@@ -20,7 +21,10 @@ TestClient::TestClient(std::uint16_t port) : m_socket(::socket(AF_INET, SOCK_STR
     }
 }
 
-TestClient::~TestClient() { ::close(m_socket); }
+TestClient::~TestClient() {
+    if (m_socket != -1)
+        ::close(m_socket);
+}
 
 void TestClient::Send(const std::string& text) {
     for (std::size_t sent = 0; sent < text.size();) {
@@ -32,6 +36,12 @@ void TestClient::Send(const std::string& text) {
 }
 
 void TestClient::EndSending() { ::shutdown(m_socket, SHUT_WR); }
+
+void TestClient::Reset() {
+    const linger reset{1, 0};
+    ::setsockopt(m_socket, SOL_SOCKET, SO_LINGER, &reset, sizeof reset);
+    ::close(std::exchange(m_socket, -1));
+}
 
 std::string TestClient::Read(std::size_t count) {
     std::string text;

@@ -19,6 +19,9 @@ public:
     /// Sends the end of the stream; reading goes on.
     void EndSending();
 
+    /// Closes at once; the server sees an error.
+    void Reset();
+
     /// @return exactly `count` bytes, or fewer when the stream ends first
     std::string Read(std::size_t count);
 
