@@ -31,11 +31,16 @@ MockServer::MockServer(const std::string& response, RkTimePeriod timeout, const 
 }
 
 MockServer::~MockServer() {
-    if (m_listenThread) {
-        m_sock->Wake();
-        m_listenThread->join();
-    }
+    if (m_listenThread)
+        EndThread();
     m_sock->Close();
+}
+
+// Wakes again and again: the thread may only be about to listen.
+void MockServer::EndThread() {
+    do
+        m_sock->Wake();
+    while (!m_listenThread->try_join_for(boost::chrono::milliseconds(10)));
 }
 
 RkInetAddress MockServer::GetLocalAddress() { return m_sock->GetLocalAddress(); }
@@ -61,7 +66,9 @@ void MockServer::ServeOne() {
     client.WriteExactly(m_response.data(), m_response.size());
 }
 
+// Listens before the thread does so again: a client may connect as soon as this returns.
 void MockServer::Run() {
+    m_sock->Listen(kBacklog);
     m_listenThread = std::make_unique<boost::thread>([this] { ServeQuietly(); });
 }
 

@@ -37,7 +37,7 @@ public:
     /// Throws RkNetworkException.
     void RunSynchronously();
 
-    /// The same on a thread of its own, which an exception ends quietly. Throws boost::thread_resource_error when the
+    /// The same on a thread of its own, which an exception ends quietly. Clients may connect from now on. Throws boost::thread_resource_error when the
     /// system has no thread to give.
     void Run();
 
@@ -45,6 +45,7 @@ public:
     void Wait();
 
 private:
+    void EndThread();
     void ServeOne();
     void ServeQuietly() noexcept;
 

@@ -1,0 +1,174 @@
+#include "Network/HTTP/RkHttpClient.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <future>
+
+#include "Network/Network/RkNetworkException.h"
+#include "tests/support/ScriptedPeer.h"
+
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+const RkTimePeriod kNone;
+const RkTimePeriod kGenerous(0, 0, 1);
+
+std::string UrlOf(const ScriptedPeer& peer, const std::string& rest) {
+    return "http://127.0.0.1:" + std::to_string(peer.Port()) + rest;
+}
+
+/// A server that answers every request with the same text, and what it saw.
+class AnsweringPeer {
+public:
+    explicit AnsweringPeer(const std::string& answer, const std::string& until = "\r\n\r\n")
+        : m_peer([this, answer, until](ScriptedPeer::Connection& connection) {
+              m_request.set_value(connection.ReadUntil(until));
+              connection.Write(answer);
+          }) {}
+
+    std::string Url(const std::string& rest) const { return UrlOf(m_peer, rest); }
+    std::string Request() { return m_request.get_future().get(); }
+    RkUInt16 Port() const { return m_peer.Port(); }
+
+private:
+    std::promise<std::string> m_request;
+    ScriptedPeer m_peer;
+};
+
+/// Gets from a peer that follows `script`. @return the failure's text, or the status line
+std::string Get(const ScriptedPeer::Script& script, const RkTimePeriod& readTimeout = kGenerous) {
+    ScriptedPeer peer(script);
+    RkHttpClient client("", 0, kGenerous, readTimeout, kGenerous);
+    try {
+        client.get(RkUrl(UrlOf(peer, "/")));
+        return client.getHttpResponse();
+    } catch (const RkNetworkException& e) {
+        return e.GetMessage();
+    }
+}
+
+TEST(RkHttpClient, ReadsTheHeadAndLeavesTheBody) {
+    AnsweringPeer peer("HTTP/1.0 404 None\r\nContent-Type : text/html\r\nX-A:   1\r\nno field\r\nx-a: 2 \r\n\r\nbody");
+    RkHttpClient client("", 0, kGenerous, kGenerous, kGenerous);
+    client.get(RkUrl(peer.Url("/a/../b.html?x=1#top")));
+    EXPECT_EQ(peer.Request(), "GET /b.html?x=1 HTTP/1.0\r\nUser-Agent: Kestrion server 4.X\r\n\r\n");
+    EXPECT_EQ(client.getHttpResponse(), "HTTP/1.0 404 None");
+    std::string value;
+    EXPECT_EQ(client.getResponseHeader("content-type", value), "text/html");
+    EXPECT_EQ(client.getResponseHeader("x-a", value), "2 ");
+    EXPECT_EQ(client.getResponseHeader("Content-Type", value), "");
+    EXPECT_TRUE(client.getStream().ReadString(value, 4));
+    EXPECT_EQ(value, "body");
+}
+
+TEST(RkHttpClient, PostsAForm) {
+    AnsweringPeer peer("HTTP/1.0 200 OK\r\n\r\n", "p=1");
+    RkHttpClient client(kNone);
+    client.setUsername("user");
+    client.setPassword("word");
+    client.post(RkUrl(peer.Url("/form")), "p=1");
+    EXPECT_EQ(peer.Request(),
+              "POST /form HTTP/1.0\r\nUser-Agent: Kestrion server 4.X\r\nContent-Length: 3\r\n"
+              "Content-Type: application/x-www-form-urlencoded\r\nAuthorization: Basic dXNlcjp3b3Jk\r\n\r\np=1");
+}
+
+TEST(RkHttpClient, SendsProxyCredentialsWithoutAProxyToo) {
+    AnsweringPeer peer("HTTP/1.0 200 OK\r\n\r\n");
+    RkHttpClient client(kNone);
+    client.setProxyUsername("p");
+    client.setProxyPassword("q");
+    client.get(RkUrl(peer.Url("/")));
+    EXPECT_THAT(peer.Request(), HasSubstr("\r\nProxy-Authorization: Basic cDpx\r\n"));
+}
+
+TEST(RkHttpClient, ReachesTheProxyOnlyWhenTheHostHasNoAddress) {
+    AnsweringPeer proxy("HTTP/1.0 200 OK\r\n\r\n");
+    RkUrl::enableDnsLookup(false);
+    RkHttpClient client("127.0.0.1", proxy.Port(), kGenerous, kGenerous, kGenerous);
+    client.get(RkUrl("http://127.0.0.2/x"));
+    RkUrl::enableDnsLookup(true);
+    EXPECT_THAT(proxy.Request(), StartsWith("GET http://127.0.0.2/x HTTP/1.0\r\n"));
+    EXPECT_TRUE(client.getUseProxy());
+}
+
+TEST(RkHttpClient, GivesUpAProxyThatIsTheTargetItself) {
+    AnsweringPeer peer("HTTP/1.0 200 OK\r\n\r\n");
+    RkHttpClient client("127.0.0.1", 1, kGenerous, kGenerous, kGenerous);
+    client.get(RkUrl(peer.Url("/x")));
+    EXPECT_THAT(peer.Request(), StartsWith("GET /x HTTP/1.0\r\n"));
+    EXPECT_FALSE(client.getUseProxy());
+}
+
+TEST(RkHttpClient, LeavesAnAnswerWithoutStatusLineInTheStream) {
+    AnsweringPeer peer("just text");
+    RkHttpClient client(kNone);
+    client.get(RkUrl(peer.Url("/")));
+    std::string body;
+    EXPECT_EQ(client.getHttpResponse(), "HTTP/1.0 200 OK");
+    EXPECT_TRUE(client.getStream().ReadString(body, 9));
+    EXPECT_EQ(body, "just text");
+}
+
+TEST(RkHttpClient, ABeginningInPiecesIsNoStatusLine) {
+    // "ht", then at the next look "htt": the four bytes seen are "htht".
+    const auto script = [](ScriptedPeer::Connection& connection) {
+        connection.ReadUntil("\r\n\r\n");
+        connection.Write("ht");
+        connection.ReadAll();
+    };
+    EXPECT_EQ(Get(script), "HTTP/1.0 200 OK");
+}
+
+TEST(RkHttpClient, TellsHowAnAnswerFailed) {
+    const struct {
+        const char* name;
+        ScriptedPeer::Script script;
+        const char* outcome;
+    } cases[] = {
+        {"closes at once", [](auto& c) { c.ReadUntil("\r\n\r\n"); }, "Error reading response header"},
+        {"resets", [](auto& c) { c.ReadUntil("\r\n\r\n"), c.Reset(); }, "Error reading response header"},
+        {"says nothing", [](auto& c) { c.ReadAll(); }, "Timeout on read."},
+        {"ends in the head", [](auto& c) { c.ReadUntil("\r\n\r\n"), c.Write("HTTP/1.0 200 OK\r\nA: 1"); },
+         "HTTP/1.0 200 OK"},
+        {"a field beyond the limit",
+         [](auto& c) { c.ReadUntil("\r\n\r\n"), c.Write("HTTP/1.0 200 OK\r\nA: " + std::string(200000, 'x')); },
+         "HTTP/1.0 200 OK"},
+    };
+    for (const auto& one : cases)
+        EXPECT_EQ(Get(one.script, RkTimePeriod(0, 0, 0, 1)), one.outcome) << one.name;
+}
+
+TEST(RkHttpClient, ARefusedConnectIsANetworkException) {
+    RkHttpClient client("", 0, kGenerous, kGenerous, kGenerous);
+    EXPECT_THROW(client.get(RkUrl("http://" + UnusedAddress().ToString() + "/")), RkNetworkException);
+    EXPECT_NO_THROW(client.cancel());
+}
+
+TEST(RkHttpClient, AnUnansweredConnectShowsAtTheFirstWrite) {
+    StuckListener stuck;
+    RkHttpClient client("", 0, kNone, kGenerous, kNone);
+    auto request = std::async(std::launch::async, [&] {
+        try {
+            client.get(RkUrl("http://" + stuck.Address().ToString() + "/"));
+        } catch (const RkNetworkException& e) {
+            return e.GetMessage();
+        }
+        return std::string();
+    });
+    while (request.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready)
+        client.cancel();
+    const std::string outcome = request.get();
+    EXPECT_NE(outcome, "Error connect was canceled.");
+    EXPECT_NE(outcome, "");
+}
+
+TEST(RkHttpClient, HasNoStreamBeforeItsFirstRequest) {
+    RkHttpClient client(kNone);
+    EXPECT_THROW(client.getStream(), RkNetworkException);
+    EXPECT_THROW(client.writeRequest("GET", "", RkUrl("http://127.0.0.1/")), RkNetworkException);
+}
+
+}  // namespace

@@ -1,0 +1,52 @@
+#include "Network/Network/MockServer.h"
+
+#include <gtest/gtest.h>
+
+#include "Network/Network/RkNetworkException.h"
+#include "tests/support/TestClient.h"
+
+namespace {
+
+const RkTimePeriod kGenerous(0, 0, 1);
+
+TEST(MockServer, ServesOneConnectionARun) {
+    MockServer server("HTTP/1.0 200 OK\r\n\r\nhello", kGenerous, "127.0.0.1");
+    for (int run = 0; run < 2; ++run) {
+        server.Run();
+        EXPECT_EQ(Ask(server.GetLocalAddress().GetPort(), "GET / HTTP/1.0\r\n\r\n"), "HTTP/1.0 200 OK\r\n\r\nhello");
+        server.Wait();
+    }
+    server.Wait();  // nothing to wait for
+}
+
+TEST(MockServer, AnswersARequestLongerThanItsRead) {
+    MockServer server("late", kGenerous, "127.0.0.1");
+    server.Run();
+    TestClient client(server.GetLocalAddress().GetPort());
+    client.Send(std::string(5000, 'x'));
+    EXPECT_EQ(client.Read(4), "late");
+    server.Wait();
+}
+
+TEST(MockServer, ReturnsWhenNobodyComes) {
+    MockServer server("unread", RkTimePeriod(0, 0, 0, 0, 10), "127.0.0.1");
+    server.RunSynchronously();
+    server.Run();
+    server.Wait();
+}
+
+TEST(MockServer, TakesThePortFromTheText) {
+    MockServer first("", kGenerous, "127.0.0.1");
+    first.Run();  // listens, so that the port is taken in spite of address re-use
+    TestClient client(first.GetLocalAddress().GetPort());
+    EXPECT_THROW(MockServer("", kGenerous, first.GetLocalAddress().ToString()), RkNetworkException);
+    client.EndSending();
+    first.Wait();
+}
+
+TEST(MockServer, EndsAForgottenThreadThatStillWaitsForItsClient) {
+    MockServer server("", RkTimePeriod(), "127.0.0.1");
+    server.Run();
+}
+
+}  // namespace

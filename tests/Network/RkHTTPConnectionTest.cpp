@@ -1,0 +1,117 @@
+#include "Network/Network/RkHTTPConnection.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <latch>
+
+#include "Network/Network/RkBasicConnectionException.h"
+#include "Network/Network/RkHTTPConnectionPool.h"
+#include "tests/support/ScriptedPeer.h"
+
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+const RkTimePeriod kGenerous(0, 0, 1);
+
+/// Answers each connection with `answer` and remembers the last request head.
+class RkHTTPConnectionTest : public ::testing::Test {
+protected:
+    RkHTTPConnectionTest()
+        : m_peer([this](ScriptedPeer::Connection& connection) {
+              m_request = connection.ReadUntil(m_until);
+              connection.Write(m_answer);
+          }) {}
+
+    std::string Url() const { return "http://127.0.0.1/page"; }
+    unsigned short Port() const { return m_peer.Port(); }
+
+    std::string m_answer = "HTTP/1.0 200 OK\r\n\r\nbody";
+    std::string m_until = "\r\n\r\n";
+    std::string m_request;
+    ScriptedPeer m_peer;
+};
+
+TEST_F(RkHTTPConnectionTest, KeepsThePortOfItsFirstConnect) {
+    RkHTTPConnection connection(nullptr);
+    for (const unsigned short port : {Port(), static_cast<unsigned short>(1)}) {
+        connection.Connect(port, Url(), kGenerous);
+        connection.Send();
+        EXPECT_EQ(connection.GetResponseResult(), RkHTTPConnection::HTTP_NO_ERROR);
+        EXPECT_EQ(connection.GetResponseCode(), 200);
+        EXPECT_EQ(connection.GetResponseBody(), "body");
+    }
+}
+
+TEST_F(RkHTTPConnectionTest, TellsAnErrorStatusAsASuccess) {
+    m_answer = "HTTP/1.0 404 Not Found\r\n\r\nnone";
+    RkHTTPConnection connection(nullptr);
+    connection.Connect(Port(), Url(), kGenerous);
+    connection.Send();
+    EXPECT_EQ(connection.GetResponseResult(), RkHTTPConnection::HTTP_NO_ERROR);
+    EXPECT_EQ(connection.GetResponseCode(), 404);
+    EXPECT_EQ(connection.GetResponseBody(), "none");
+}
+
+TEST_F(RkHTTPConnectionTest, PostsWithCredentialsAndHeaders) {
+    m_until = "a=1";
+    RkHTTPConnectionPool pool(0, 1);
+    pool.AddHeader("X-One: 1");
+    auto* connection = static_cast<RkHTTPConnection*>(pool.Get(RkTimePeriod()));
+    pool.AddHeader("X-Two: 2");
+    const std::string data = "a=1";
+    connection->Connect("user", "word", Port(), Url(), kGenerous);
+    connection->SetPostRequest(data);
+    connection->Send();
+    EXPECT_THAT(m_request, HasSubstr("POST /page HTTP/1.1\r\n"));
+    EXPECT_THAT(m_request, HasSubstr("Authorization: Basic dXNlcjp3b3Jk\r\n"));
+    EXPECT_THAT(m_request, HasSubstr("X-One: 1\r\nX-Two: 2\r\n"));
+    pool.Done(connection, false);
+}
+
+TEST_F(RkHTTPConnectionTest, SendsNoHeadersThatWereAddedAfterItWasMade) {
+    RkHTTPConnectionPool pool(0, 1);
+    auto* connection = static_cast<RkHTTPConnection*>(pool.Get(RkTimePeriod()));
+    pool.AddHeader("X-Late: 1");
+    connection->Connect(Port(), Url(), kGenerous);
+    connection->Send();
+    EXPECT_THAT(m_request, Not(HasSubstr("X-Late")));
+    pool.Done(connection, true);
+}
+
+TEST(RkHTTPConnection, TellsATimeOut) {
+    std::latch done(1);
+    ScriptedPeer silent([&](ScriptedPeer::Connection&) { done.wait(); });
+    RkHTTPConnection connection(nullptr);
+    connection.Connect(silent.Port(), "http://127.0.0.1/", kGenerous);
+    connection.Connect("", "", 1, "http://127.0.0.1/", RkTimePeriod(0, 0, 0, 0, 50));  // the changed time-out counts
+    connection.Send();
+    done.count_down();
+    EXPECT_EQ(connection.GetResponseResult(), RkHTTPConnection::TIMEOUT);
+    EXPECT_EQ(connection.GetResponseBody(), "Curl request timed out");
+}
+
+TEST(RkHTTPConnection, TellsWhyThereIsNoAnswer) {
+    RkHTTPConnection connection(nullptr);
+    connection.Connect(UnusedAddress().GetPort(), "http://127.0.0.1/", kGenerous);
+    connection.Send();
+    EXPECT_EQ(connection.GetResponseResult(), RkHTTPConnection::UNKNOWN_ERROR);
+    EXPECT_EQ(connection.GetResponseCode(), 0);
+    EXPECT_FALSE(connection.GetResponseBody().empty());
+}
+
+TEST(RkHTTPConnection, SaysWhichOptionCodeFailed) {
+    RkHTTPConnection connection(nullptr);
+    try {
+        connection.SetPostRequest("before any Connect");
+        FAIL();
+    } catch (const RkBasicConnectionException& e) {
+        EXPECT_EQ(e.GetMessage(), "CURL error, code: 43");  // libcurl's code for a missing handle
+    }
+    connection.Send();
+    EXPECT_EQ(connection.GetResponseResult(), RkHTTPConnection::UNKNOWN_ERROR);
+}
+
+}  // namespace
