@@ -1,6 +1,14 @@
 #include "Crypto/StackOf_X509Cert.h"
 
+#include "Crypto/CredentialFile.h"
+
 namespace kstr::Crypto {
+
+StackOf_X509Cert StackOf_X509Cert::ReadPEM(const std::string& path) {
+    StackOf_X509Cert stack;
+    stack.m_certs = CredentialFile(path).Certificates();
+    return stack;
+}
 
 void StackOf_X509Cert::push(const X509Cert& cert) { m_certs.push_back(cert); }
 

@@ -12,6 +12,8 @@ X509Cert X509StoreContext::GetCertificate() const { return X509Cert::Share(X509_
 
 int X509StoreContext::GetError() const { return X509_STORE_CTX_get_error(m_context); }
 
+std::string X509StoreContext::GetErrorText(int error) { return X509_verify_cert_error_string(error); }
+
 int X509StoreContext::GetErrorDepth() const { return X509_STORE_CTX_get_error_depth(m_context); }
 
 }  // namespace kstr::Crypto

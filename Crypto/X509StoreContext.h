@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "Crypto/OpenSSLTypes.h"
 #include "Crypto/QorCryptoExport.h"
 #include "Crypto/X509Cert.h"
@@ -23,6 +25,10 @@ public:
 
     /// @return how far the current certificate is up the chain; 0 is the peer's own
     int GetErrorDepth() const;
+
+    /// @param error  as GetError gives it
+    /// @return what it means, for example "certificate has expired"
+    static std::string GetErrorText(int error);
 
     /// For calls of OpenSSL.
     X509_STORE_CTX* Get() const { return m_context; }

@@ -333,7 +333,7 @@ void RkSSLSocket::CheckAccepted(int status) {
     const int result = m_pSSL->GetVerifyResult();
     if (result == 0)
         return;
-    DIAG_LOG(m_logger, LV_ERROR, "verify error:" << X509_verify_cert_error_string(result));
+    DIAG_LOG(m_logger, LV_ERROR, "verify error:" << X509StoreContext::GetErrorText(result));
     Throw("unable to accept ssl connection");
 }
 
@@ -472,7 +472,7 @@ int verifyCallback(int preverifyOk, X509StoreContext* ctx) {
             break;
         default:
             DIAG_LOG(logger, LV_ERROR,
-                     "Error in cert negotiation.  Error = " << error << " " << X509_verify_cert_error_string(error));
+                     "Error in cert negotiation.  Error = " << error << " " << X509StoreContext::GetErrorText(error));
     }
     return preverifyOk;
 }
