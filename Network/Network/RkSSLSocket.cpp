@@ -9,6 +9,7 @@
 
 #include "Crypto/BIOMemStream.h"
 #include "Diag/RkLogStream.h"
+#include "Network/Network/RkMessage.h"
 #include "Network/Network/RkNetworkException.h"
 #include "Network/Network/RkSelect.h"
 
@@ -22,17 +23,16 @@ using kstr::diag::LV_ERROR;
 
 namespace {
 
+[[noreturn]] void Throw(std::string_view text, std::string_view detail = {}) {
+    throw RkNetworkException(RkMessage(text, detail));
+}
+
 constexpr const char* LOGGER = "Qor.Network.Network.RkSSLSocket";
 constexpr const char* CIPHERS = "TLSv1.2+ECDSA:AES256-SHA256";
 constexpr int KEY_FILE_PEM = 1;
 constexpr int VERIFY_AND_DEMAND_CERT = 3;
 constexpr int HANDSHAKE_SECONDS = 15;
 constexpr int SHUT_DOWN_BOTH_WAYS = 3;
-
-[[noreturn]] void Throw(std::string message) {
-    message += '\0';  // as every message of the socket classes ends
-    throw RkNetworkException(message);
-}
 
 /// Switches a socket to non-blocking mode for one scope.
 class NonBlockingScope {
@@ -140,7 +140,7 @@ void RkSSLSocket::CreateContext() {
         context->SetCipherString(CIPHERS);
         m_pCtx = std::move(context);
     } catch (const BasicException& e) {
-        Throw("unable to create ssl context, " + e.GetMessage());
+        Throw("unable to create ssl context, ", e.GetMessage());
     }
 }
 
@@ -157,7 +157,7 @@ void RkSSLSocket::LoadFiles() {
         m_pCtx->UsePrivateKey(m_keyLoc, KEY_FILE_PEM);
     } catch (const BasicException& e) {
         ErrSaveAndSecurityLog("Unable to load certificate or private key file.");
-        Throw("unable to load certificate or private key file, " + e.GetMessage());
+        Throw("unable to load certificate or private key file, ", e.GetMessage());
     }
     if (!m_pCtx->CheckPrivateKey()) {
         ErrSaveAndSecurityLog("Private key does not match the certificate public key.");
@@ -291,7 +291,7 @@ void RkSSLSocket::ClientHandshake() {
         LogCipher();
     } catch (const BasicException& e) {
         DIAG_LOG(m_logger, LV_ERROR, "Error: unable to " << step << e.GetMessage());
-        Throw(std::string("unable to ") + step + e.GetMessage());
+        Throw(std::string("unable to ") + step, e.GetMessage());
     }
 }
 
@@ -323,7 +323,7 @@ void RkSSLSocket::AcceptSocket() {
     } catch (const BasicException& e) {
         setSocketTimeout(m_sock, 0);
         DIAG_LOG(m_logger, LV_DEBUG, "Error: " << step << e.GetMessage());
-        Throw(std::string("unable to ") + step + e.GetMessage());
+        Throw(std::string("unable to ") + step, e.GetMessage());
     }
 }
 

@@ -23,6 +23,7 @@ public:
 };
 
 void AddServe(CLI::App& app);
+void AddTls(CLI::App& app);
 void AddUrl(CLI::App& app);
 void AddCgi(CLI::App& app);
 void AddHash(CLI::App& app);

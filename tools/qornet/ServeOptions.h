@@ -14,6 +14,8 @@ struct ServeOptions {
     double maxHeadTime = 0;  ///< seconds from the accept to the end of the head; 0 is no limit
     unsigned maxPeer = 0;    ///< connections of one peer; 0 is no limit
     double drain = 1;        ///< seconds that running answers get at the end
+    std::string certFile;    ///< PEM; empty: plain HTTP
+    std::string keyFile;     ///< PEM; empty exactly if certFile is
     std::string portFile;    ///< empty: none
     kstr::diag::RkLevel log = kstr::diag::LV_WARN;
 };

@@ -16,5 +16,6 @@ int main(int argc, char** argv) {
     AddHash(app);
     AddResolve(app);
     AddEcho(app);
+    AddTls(app);
     return RunCommand(app, argc, argv);
 }

@@ -12,6 +12,7 @@
 #include "Network/Network/RkNetworkException.h"
 #include "ServeServer.h"
 #include "StopSignals.h"
+#include "TlsSocketFactory.h"
 
 namespace {
 
@@ -55,18 +56,25 @@ void WritePortFile(const std::string& path, RkUInt16 port) {
         throw CommandFailed("cannot write the port to '" + path + "'; see --port-file");
 }
 
+/// @return null for plain TCP
+std::unique_ptr<RkTcpSocketFactory> SocketFactory(const ServeOptions& options) {
+    return options.certFile.empty() ? nullptr : std::make_unique<TlsSocketFactory>(options.certFile, options.keyFile);
+}
+
 void Serve(const ServeOptions& options) {
     RaiseDescriptorLimit();
     kstr::diag::RkLogger::setLevel("", options.log);
     StopSignals signals;
     const RkInetAddress address = Endpoint(options);
-    ServeServer server(address, nullptr, DocumentRoot(options.root), options);
+    const std::string root = DocumentRoot(options.root);
+    ServeServer server(address, SocketFactory(options).release(), root, options);
     Listen(server, address);
     const RkInetAddress listening = server.GetLocalAddress();
     if (!options.portFile.empty())
         WritePortFile(options.portFile, listening.GetPort());
     server.Start();
-    std::cout << "listening on http://" << listening << '/' << std::endl;
+    std::cout << "listening on " << (options.certFile.empty() ? "http://" : "https://") << listening << '/'
+              << std::endl;
     signals.Wait();
     server.Stop();
 }
@@ -86,6 +94,13 @@ void AddLimits(CLI::App& command, ServeOptions& options) {
     command.add_option("--drain", options.drain, "Seconds that running answers have to finish when the server stops")
         ->capture_default_str()
         ->check(CLI::NonNegativeNumber);
+}
+
+void AddCredentials(CLI::App& command, ServeOptions& options) {
+    CLI::Option* cert = command.add_option("--cert", options.certFile, "PEM file of a certificate; makes it HTTPS");
+    CLI::Option* key = command.add_option("--key", options.keyFile, "PEM file of the certificate's private key");
+    cert->needs(key);
+    key->needs(cert);
 }
 
 void AddLogLevel(CLI::App& command, ServeOptions& options) {
@@ -108,6 +123,7 @@ void AddServe(CLI::App& app) {
     command->add_option("--port", options->port, "Port to listen on (0: any free one)")->capture_default_str();
     command->add_option("--root", options->root, "Folder to serve")->capture_default_str();
     AddLimits(*command, *options);
+    AddCredentials(*command, *options);
     command->add_option("--port-file", options->portFile, "File that the port is written to once the server listens");
     AddLogLevel(*command, *options);
     command->footer("Besides files: /status (HTML), /status.txt, /metrics (Prometheus), /echo.");
