@@ -33,7 +33,7 @@ dd { margin: 0; font-size: 1.7rem; font-weight: 650; line-height: 1.25; font-var
 dd small { font-size: .85rem; font-weight: 400; color: var(--soft); display: block; }
 table { width: 100%; border-collapse: separate; border-spacing: 0; overflow: hidden; font-variant-numeric: tabular-nums; }
 th, td { text-align: left; padding: .45rem 1rem; border-top: 1px solid var(--line); overflow-wrap: anywhere; }
-tr:first-child > * { border-top: 0; } th { color: var(--soft); font-weight: 500; } td.number { text-align: right; }
+footer { margin-top: 1.5rem; color: var(--soft); } tr:first-child > * { border-top: 0; } th { color: var(--soft); font-weight: 500; } td.number { text-align: right; }
 </style></head><body>
 )";
 
@@ -66,14 +66,20 @@ std::string Span(double seconds) {
     return text.str();
 }
 
-template <class Value>
-void PrintTile(std::ostream& out, const char* name, const Value& value, const std::string& remark) {
+/// @return the number with a gap before every three digits
+std::string Grouped(RkUInt64 number) {
+    std::string text = std::to_string(number);
+    for (std::size_t end = text.size(); end > 3; end -= 3)
+        text.insert(end - 3, "\u202f");
+    return text;
+}
+
+void PrintTile(std::ostream& out, const char* name, const std::string& value, const std::string& remark) {
     out << "<div><dt>" << name << "</dt><dd>" << value << "<small>" << EscapeHtml(remark) << "</small></dd></div>\n";
 }
 
-template <class Value>
-void PrintRow(std::ostream& out, const std::string& name, const Value& value) {
-    out << "<tr><th>" << EscapeHtml(name) << "</th><td class=\"number\">" << value << "</td></tr>\n";
+void PrintRow(std::ostream& out, const std::string& name, RkUInt64 value) {
+    out << "<tr><th>" << EscapeHtml(name) << "</th><td class=\"number\">" << Grouped(value) << "</td></tr>\n";
 }
 
 void PrintHeadline(std::ostream& out, const ServeServer& server) {
@@ -87,14 +93,14 @@ void PrintTiles(std::ostream& out, ServeServer& server) {
     const int idle = server.GetIdleThreads();
     const int total = server.GetTotalThreads();
     out << "<dl class=\"tiles\">\n";
-    PrintTile(out, "connections open", server.GetConnectionCount(),
-              std::to_string(server.GetAcceptedCount()) + " accepted so far");
-    PrintTile(out, "answers", statistics.GetAnswers(), std::to_string(statistics.GetBytes()) + " bytes of content");
+    PrintTile(out, "connections open", Grouped(server.GetConnectionCount()),
+              Grouped(server.GetAcceptedCount()) + " accepted so far");
+    PrintTile(out, "answers", Grouped(statistics.GetAnswers()), Grouped(statistics.GetBytes()) + " bytes of content");
     PrintTile(out, "half of the answers within", LatencyBelow(statistics, 0.5),
               "99 of 100 within " + LatencyBelow(statistics, 0.99));
     PrintTile(
-        out, "pool threads", total,
-        std::to_string(total - idle) + " busy, " + std::to_string(server.GetQueuedWork()) + " connections waiting");
+        out, "pool threads", std::to_string(total),
+        std::to_string(total - idle) + " busy, " + std::to_string(server.GetQueuedWork()) + " in the queue");
     out << "</dl>\n";
 }
 
@@ -140,8 +146,8 @@ void StatusPage::handleRequest(RkHttpRequest&, RkBStream& stream) {
     PrintTiles(out, m_server);
     PrintCounters(out, m_server);
     PrintConnections(out, m_server);
-    out << "<p>Loaded anew every two seconds. The same <a href=\"/status.txt\">as text</a> and "
-           "<a href=\"/metrics\">for machines</a>; back to <a href=\"/\">the site</a>.</p>\n</body></html>\n";
+    out << "<footer>Loaded anew every two seconds. The same <a href=\"/status.txt\">as text</a> and "
+           "<a href=\"/metrics\">for machines</a>; back to <a href=\"/\">the site</a>.</footer>\n</body></html>\n";
     stream << "HTTP/1.0 200 OK\r\nContent-Type: text/html; charset=utf-8\r\nCache-Control: no-store\r\n\r\n"
            << out.str();
 }
