@@ -29,6 +29,8 @@ void AddCgi(CLI::App& app);
 void AddHash(CLI::App& app);
 void AddResolve(CLI::App& app);
 void AddEcho(CLI::App& app);
+void AddVisits(CLI::App& app);
+void AddDirectory(CLI::App& app);
 
 /// Parses the arguments, runs the command and tells what went wrong. @return the exit status
 int RunCommand(CLI::App& app, int argc, const char* const* argv);

@@ -17,5 +17,7 @@ int main(int argc, char** argv) {
     AddResolve(app);
     AddEcho(app);
     AddTls(app);
+    AddVisits(app);
+    AddDirectory(app);
     return RunCommand(app, argc, argv);
 }
