@@ -1,13 +1,21 @@
 #include "Network/HTTP/RkHttpRequest.h"
 
-#include <deque>
+#include <chrono>
 #include <sstream>
 
 #include "Base/RkBStreamTrace.h"
+#include "Base/RkDeadline.h"
 #include "Base/RkOS.h"
 #include "Base/RkSwallow.h"
 #include "Network/Network/RkNetworkException.h"
 #include "Network/Network/RkSocketWait.h"
+
+namespace {
+
+/// So long a peer that sends more than is read may take to see the answer; twice as long, if it sends all the time.
+const RkTimePeriod LINGER(0, 0, 0, 1);
+
+}  // namespace
 
 RkHttpRequest::RkHttpRequest(RkTcpSocket* sock, RkHttpRequestMap& requestMap, RkTrace* pTrace, unsigned int timeout)
     : m_socket(sock), m_requestMap(requestMap), m_pTrace(pTrace), m_timeout(timeout) {}
@@ -40,14 +48,16 @@ void RkHttpRequest::Exchange(RkBStream& stream) {
         trace("RkHttpRequest: idle connection closed");
         return m_socket->CloseForce();
     }
-    ReadHead(stream);
+    bool allRead = ReadHead(stream);
     if (getMethod() == "POST")
-        getCgi().parseData(stream, getIntValueForName("content-length"));
+        allRead &= ReadForm(stream);
     if (m_stopping)
         return;
     m_requestMap.dispatchRequest(getRequestedFilename(), *this, stream);
     if (m_socket->IsOpen())
         stream.Flush();
+    if (!allRead)
+        AwaitPeersEnd();
 }
 
 /// @return false when the idle time is over
@@ -56,13 +66,39 @@ bool RkHttpRequest::WaitForFirstBytes() {
     return m_timeout == 0 || RkSocketWait::For(m_socket->GetHandle(), RkSocketWait::READABLE, idle) != 0;
 }
 
-void RkHttpRequest::ReadHead(RkBStream& stream) {
+/// Reads and parses the head, as far as it comes. @return whether its end came
+bool RkHttpRequest::ReadHead(RkBStream& stream) {
     std::deque<std::string> lines;
+    const bool ended = CollectHead(stream, lines);
+    parseRequest(lines);
+    return ended;
+}
+
+bool RkHttpRequest::CollectHead(RkBStream& stream, std::deque<std::string>& lines) {
     HeadSize size;
     std::string line;
-    while (m_socket->IsOpen() && ReadHeadLine(stream, line) && !line.empty() && size.Add(line))
+    while (m_socket->IsOpen() && ReadHeadLine(stream, line) && size.Add(line)) {
+        if (line.empty())
+            return true;
         lines.push_back(std::move(line));
-    parseRequest(lines);
+    }
+    return false;
+}
+
+/// @return whether the whole body was read
+bool RkHttpRequest::ReadForm(RkBStream& stream) {
+    const int length = getIntValueForName("content-length");
+    return getCgi().parseData(stream, length) || length == 0;
+}
+
+// Closing a socket with unread input resets the connection, which may take the answer from the peer: so one that was not
+// read to the end gets a moment to see the answer and hang up.
+void RkHttpRequest::AwaitPeersEnd() {
+    const auto deadline = DeadlineAfter(LINGER);
+    char dropped[4096];
+    m_socket->ShutdownSocket();
+    while (!m_stopping && std::chrono::steady_clock::now() < deadline &&
+           m_socket->Read(dropped, sizeof dropped, LINGER) > 0) {}
 }
 
 // Before Run the socket is nobody's, so that it can be closed here. Once Run has begun, only the thread that runs it knows

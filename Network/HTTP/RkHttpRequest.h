@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <deque>
 #include <memory>
 #include <string>
 
@@ -31,7 +32,8 @@ public:
     /// Serves the request. Lets no exception out. When it returns, the socket is closed.
     ///
     /// A peer that sends nothing in time is reset. A head that ends early, is malformed, or exceeds 131,072 bytes in a line
-    /// or 1 MiB in all, is dispatched as far as it came: an empty file name normally means the 404 page.
+    /// or 1 MiB in all, is dispatched as far as it came: an empty file name normally means the 404 page. After a request
+    /// that was not read to its end the peer gets up to two seconds to take the answer and hang up.
     void Run() override;
 
     /// While Run runs in another thread: wakes it, and it closes the socket soon. Otherwise closes the socket at once, and a
@@ -60,7 +62,10 @@ private:
     void Serve(RkBStream& stream);
     void Exchange(RkBStream& stream);
     bool WaitForFirstBytes();
-    void ReadHead(RkBStream& stream);
+    bool ReadHead(RkBStream& stream);
+    bool CollectHead(RkBStream& stream, std::deque<std::string>& lines);
+    bool ReadForm(RkBStream& stream);
+    void AwaitPeersEnd();
     void CloseSocket();
 
     const std::unique_ptr<RkTcpSocket> m_socket;
