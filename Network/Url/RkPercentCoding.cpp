@@ -8,6 +8,7 @@
 namespace {
 
 constexpr std::ptrdiff_t WORD = sizeof(std::uint64_t);
+constexpr std::size_t PIECE = 256;  ///< bytes decoded at once
 static_assert(std::endian::native == std::endian::little, "the first byte of a word is its lowest");
 
 constexpr bool IsKept(unsigned char c) {
@@ -53,43 +54,67 @@ std::uint64_t MarkBytes(std::uint64_t word, char c) {
     return (zeroes - Repeat(1)) & ~zeroes & Repeat('\x80');
 }
 
-/// Reads and writes of one text, the writing behind the reading.
-struct Cursor {
-    const char* from;
-    const char* end;
-    char* to;
-};
-
-/// Copies up to the first "%" or "+", as long as a whole word is left. A word is copied whole, also beyond that character:
-/// there is room, since decoding never makes a text longer.
-/// @return whether it stands at such a character
-bool CopyPlainWords(Cursor& at) {
-    while (at.end - at.from >= WORD) {
-        std::uint64_t word;
-        std::memcpy(&word, at.from, WORD);
-        std::memcpy(at.to, &word, WORD);
-        const std::uint64_t marks = MarkBytes(word, '%') | MarkBytes(word, '+');
-        const int plain = std::countr_zero(marks) / 8;  // all of them for 0
-        at.from += plain;
-        at.to += plain;
-        if (marks != 0)
-            return true;
+/// Decodes a piece of a text into a buffer with room for a word more than the piece.
+class PieceDecoder {
+public:
+    /// @return number of bytes in `to`
+    static std::size_t Decode(std::string_view piece, char* to) {
+        PieceDecoder at(piece, to);
+        at.DecodeWords();
+        while (at.m_from != at.m_end)
+            at.DecodeOne();
+        return static_cast<std::size_t>(at.m_to - to);
     }
-    return false;
-}
 
-void DecodeOne(Cursor& at) {
-    if (*at.from == '%' && at.end - at.from > 2) {
-        const unsigned high = DIGIT_VALUE[static_cast<unsigned char>(at.from[1])];
-        const unsigned low = DIGIT_VALUE[static_cast<unsigned char>(at.from[2])];
-        if ((high | low) != NO_DIGIT) {
-            *at.to++ = static_cast<char>(high << 4 | low);
-            at.from += 3;
-            return;
+private:
+    PieceDecoder(std::string_view piece, char* to) : m_from(piece.data()), m_end(m_from + piece.size()), m_to(to) {}
+
+    // A word is copied whole, also beyond the first "%" or "+" in it: what is too much is written over.
+    void DecodeWords() {
+        while (m_end - m_from >= WORD) {
+            std::uint64_t word;
+            std::memcpy(&word, m_from, WORD);
+            std::memcpy(m_to, &word, WORD);
+            const std::uint64_t marks = MarkBytes(word, '%') | MarkBytes(word, '+');
+            const int plain = std::countr_zero(marks) / 8;  // all of them for 0
+            m_from += plain;
+            m_to += plain;
+            if (marks != 0)
+                DecodeRun();
         }
     }
-    *at.to++ = *at.from == '+' ? ' ' : *at.from;
-    ++at.from;
+
+    void DecodeRun() {
+        do
+            DecodeOne();
+        while (m_from != m_end && *m_from == '%');
+    }
+
+    void DecodeOne() {
+        if (*m_from == '%' && m_end - m_from > 2) {
+            const unsigned high = DIGIT_VALUE[static_cast<unsigned char>(m_from[1])];
+            const unsigned low = DIGIT_VALUE[static_cast<unsigned char>(m_from[2])];
+            if ((high | low) != NO_DIGIT) {
+                *m_to++ = static_cast<char>(high << 4 | low);
+                m_from += 3;
+                return;
+            }
+        }
+        *m_to++ = *m_from == '+' ? ' ' : *m_from;
+        ++m_from;
+    }
+
+    const char* m_from;
+    const char* m_end;
+    char* m_to;
+};
+
+/// The longest beginning of `in` that fits a buffer and does not end within a triplet.
+std::string_view NextPiece(std::string_view in) {
+    if (in.size() <= PIECE)
+        return in;
+    const std::string_view piece = in.substr(0, PIECE);
+    return piece.substr(0, piece.find('%', PIECE - 2));
 }
 
 }  // namespace
@@ -106,13 +131,12 @@ void RkPercentCoding::Encode(std::string_view in, std::string& out) {
     out.resize(static_cast<std::size_t>(to - out.data()));
 }
 
+// By way of the stack, so that the output gets the room it needs and no more, and none is filled in vain.
 void RkPercentCoding::Decode(std::string_view in, std::string& out) {
-    const std::size_t before = out.size();
-    out.resize(before + in.size());
-    Cursor at{in.data(), in.data() + in.size(), out.data() + before};
-    while (CopyPlainWords(at))
-        DecodeOne(at);
-    while (at.from != at.end)
-        DecodeOne(at);
-    out.resize(static_cast<std::size_t>(at.to - out.data()));
+    char buffer[PIECE + WORD];
+    while (!in.empty()) {
+        const std::string_view piece = NextPiece(in);
+        out.append(buffer, PieceDecoder::Decode(piece, buffer));
+        in.remove_prefix(piece.size());
+    }
 }

@@ -41,13 +41,19 @@ std::size_t Find(const std::string& text, char c, std::size_t from = 0) {
     return found ? static_cast<std::size_t>(found - text.c_str()) : NPOS;
 }
 
-std::size_t FindLast(std::string_view text, char c) {
-    const auto* found = static_cast<const char*>(::memrchr(text.data(), c, ::strnlen(text.data(), text.size())));
-    return found ? static_cast<std::size_t>(found - text.data()) : NPOS;
+std::size_t FindSchemeEnd(const std::string& text) {
+    std::size_t colon = Find(text, ':');
+    while (colon != NPOS && text.compare(colon, SCHEME_END.size(), SCHEME_END) != 0)
+        colon = Find(text, ':', colon + 1);
+    return colon;
 }
 
-bool Contains(std::string_view text, char c) {
-    return std::memchr(text.data(), c, ::strnlen(text.data(), text.size())) != nullptr;
+/// The part of a text that a search sees.
+std::string_view Searched(const std::string& text) { return text.c_str(); }
+
+std::size_t FindLast(std::string_view searched, char c) {
+    const auto* found = static_cast<const char*>(::memrchr(searched.data(), c, searched.size()));
+    return found ? static_cast<std::size_t>(found - searched.data()) : NPOS;
 }
 
 // Of ASCII, whatever the locale of the process.
@@ -108,7 +114,7 @@ private:
 
 }  // namespace
 
-RkUrl::RkUrl(const std::string& url) { setUrl(url); }
+RkUrl::RkUrl(const std::string& url) : m_escapedUrl(url) { decodeUrl(); }
 
 RkUrl::~RkUrl() = default;
 
@@ -116,8 +122,12 @@ RkUrl::~RkUrl() = default;
 void RkUrl::setUrl(const std::string& url) {
     m_escapedUrl = url;
     m_unescapedUrl.clear();
-    RkPercentCoding::Decode(m_escapedUrl, m_unescapedUrl);
     reset();
+    decodeUrl();
+}
+
+void RkUrl::decodeUrl() {
+    RkPercentCoding::Decode(m_escapedUrl, m_unescapedUrl);
     if (!m_unescapedUrl.empty())
         parseUrl();
 }
@@ -153,14 +163,12 @@ void RkUrl::parseUrl() {
 
 // A "://" behind a "?" or a "/" belongs to a URL inside this one, whose scheme was left out.
 void RkUrl::isFormattingGood() {
-    const char* text = m_unescapedUrl.c_str();
-    const char* found = std::strstr(text, SCHEME_END.data());
-    m_protocol_placeholder = found ? static_cast<std::size_t>(found - text) : NPOS;
-    m_protocol_segment = found && found != text;
+    m_protocol_placeholder = FindSchemeEnd(m_unescapedUrl);
+    m_protocol_segment = m_protocol_placeholder != NPOS && m_protocol_placeholder != 0;
     if (!m_protocol_segment)
         return;
-    const std::string_view before(text, m_protocol_placeholder);
-    if (Contains(before, '?') || Contains(before, '/')) {
+    const auto schemeEnd = m_unescapedUrl.begin() + static_cast<std::ptrdiff_t>(m_protocol_placeholder);
+    if (std::any_of(m_unescapedUrl.begin(), schemeEnd, [](char c) { return c == '?' || c == '/'; })) {
         prependToUnescapedUrl("http://");
         m_protocol_placeholder = 4;
     }
@@ -287,7 +295,7 @@ void RkUrl::cleanFilename() {
     const std::size_t pathSize = std::min(Find(m_filename, '?'), m_filename.size());
     char* const text = m_filename.data();
     const bool endsInSlash = pathSize > 0 && text[pathSize - 1] == '/';
-    const std::size_t searched = ::strnlen(text, pathSize);
+    const std::size_t searched = std::min(Searched(m_filename).size(), pathSize);
     PathCleaner path(text);
     for (std::size_t at = 0; at <= pathSize;) {
         const void* slash = at < searched ? std::memchr(text + at, '/', searched - at) : nullptr;
@@ -302,13 +310,12 @@ void RkUrl::cleanFilename() {
 }
 
 void RkUrl::getExtensionSegment() {
-    std::string_view path = m_filename;
-    path = path.substr(0, FindLast(path, '#'));
-    path = path.substr(0, Find(m_filename, '?'));
-    const std::size_t dot = FindLast(path, '.');
-    if (dot == NPOS || Contains(path.substr(dot + 1), '/'))
+    const std::string_view searched = Searched(m_filename);
+    const std::size_t end = std::min({FindLast(searched, '#'), Find(m_filename, '?'), m_filename.size()});
+    const std::size_t dot = FindLast(searched.substr(0, end), '.');
+    if (dot == NPOS || searched.substr(dot, end - dot).find('/') != NPOS)
         return;
-    m_extension = path.substr(dot + 1);
+    m_extension.assign(m_filename, dot + 1, end - dot - 1);
     Lower(m_extension);
 }
 

@@ -173,6 +173,7 @@ protected:
     bool m_ipv6_hostname = false;  ///< the host stood in brackets
 
 private:
+    void decodeUrl();
     void reset();
     void parseUrl();
     void isFormattingGood();
