@@ -62,6 +62,9 @@ public:
     /// @return `header`
     std::string& getResponseHeader(const std::string& name, std::string& header) const;
 
+    /// All fields by lower-case name; this client's, until the next request.
+    const std::map<std::string, std::string>& getResponseHeaders() const { return m_responseHeaders; }
+
     void setUsername(const std::string& name) { m_username = name; }
     void setPassword(const std::string& password) { m_password = password; }
     void setProxy(const std::string& proxy) { m_proxy = proxy; }

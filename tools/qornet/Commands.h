@@ -24,6 +24,8 @@ public:
 
 void AddServe(CLI::App& app);
 void AddTls(CLI::App& app);
+void AddGet(CLI::App& app);
+void AddFetch(CLI::App& app);
 void AddUrl(CLI::App& app);
 void AddCgi(CLI::App& app);
 void AddHash(CLI::App& app);

@@ -19,5 +19,7 @@ int main(int argc, char** argv) {
     AddTls(app);
     AddVisits(app);
     AddDirectory(app);
+    AddGet(app);
+    AddFetch(app);
     return RunCommand(app, argc, argv);
 }

@@ -1,0 +1,78 @@
+#include <gmock/gmock.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/support/ChildProcess.h"
+#include "tests/support/ScriptedPeer.h"
+
+using ::testing::HasSubstr;
+
+namespace {
+
+Finished Qornet(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), QORNET_PATH);
+    return RunProgram(std::move(arguments));
+}
+
+/// Answers every request with what it was asked and a fixed body.
+void Answer(ScriptedPeer::Connection& connection) {
+    const std::string head = connection.ReadUntil("\r\n\r\n");
+    connection.Write("HTTP/1.0 200 Fine\r\nX-Asked: " + head.substr(0, head.find('\r')) +
+                     "\r\nContent-Length: 5\r\n\r\nhello");
+}
+
+std::string Url(const ScriptedPeer& peer, const std::string& path) {
+    return "http://" + peer.Address().ToString() + path;
+}
+
+TEST(ClientCommands, GetPrintsTheBodyAndOnRequestTheHead) {
+    ScriptedPeer peer(Answer);
+    EXPECT_EQ(Qornet({"get", Url(peer, "/a")}).output, "hello");
+    EXPECT_EQ(Qornet({"get", "--include", Url(peer, "/a?x=1")}).output,
+              "HTTP/1.0 200 Fine\ncontent-length: 5\nx-asked: GET /a?x=1 HTTP/1.0\n\nhello");
+}
+
+TEST(ClientCommands, GetAsksAProxyForTheWholeUrl) {
+    ScriptedPeer proxy(Answer);
+    const Finished ran = Qornet({"get", "--include", "--proxy", proxy.Address().ToString(), "http://127.0.0.9/a"});
+    EXPECT_THAT(ran.output, HasSubstr("x-asked: GET http://127.0.0.9/a HTTP/1.0\n"));
+}
+
+TEST(ClientCommands, SayWhatWasWrong) {
+    ScriptedPeer shortened([](auto& c) {
+        c.ReadUntil("\r\n\r\n");
+        c.Write("HTTP/1.0 200 OK\r\nContent-Length: 9\r\n\r\nhel");
+    });
+    const struct {
+        std::vector<std::string> arguments;
+        int status;
+        const char* word;
+    } cases[] = {
+        {{"get", "https://127.0.0.1/"}, 2, "qornet fetch https://127.0.0.1/"},
+        {{"get", "127.0.0.1/"}, 2, "http://HOST[:PORT]/PATH"},
+        {{"get", "--proxy", "nowhere", "http://127.0.0.1/"}, 2, "HOST:PORT"},
+        {{"get", "http://" + UnusedAddress().ToString() + "/"}, 1, "Connection refused"},
+        {{"get", Url(shortened, "/")}, 1, "3 bytes of 9"},
+        {{"fetch", "http://" + UnusedAddress().ToString() + "/"}, 1, "1 of 1 requests failed"},
+    };
+    for (const auto& c : cases) {
+        const Finished ran = Qornet(c.arguments);
+        EXPECT_EQ(ran.status, c.status) << c.arguments.back();
+        EXPECT_THAT(ran.errors, HasSubstr(c.word));
+    }
+}
+
+TEST(ClientCommands, FetchPrintsBodiesInOrderAndASummary) {
+    ScriptedPeer first(Answer), second([](auto&c) {
+        c.ReadUntil("\r\n\r\n");
+        c.Write("HTTP/1.0 404 None\r\nContent-Length: 4\r\n\r\nnone");
+    });
+    const Finished ran = Qornet({"fetch", "--max", "1", Url(first, "/"), Url(second, "/"), Url(first, "/")});
+    EXPECT_EQ(ran.output, "hellononehello");
+    EXPECT_EQ(ran.status, 0);
+    EXPECT_THAT(ran.errors, HasSubstr("3 requests, 0 failed, 14 bytes in "));
+    EXPECT_THAT(ran.errors, HasSubstr("status 200: 2\nstatus 404: 1\nconnections opened: 1, reused: 2\n"));
+}
+
+}  // namespace
