@@ -3,6 +3,7 @@
 #include <openssl/evp.h>
 
 #include <algorithm>
+#include <cstring>
 #include <string_view>
 
 namespace {
@@ -11,41 +12,30 @@ namespace {
 constexpr size_t MOST_BYTES = 3 << 28;
 constexpr size_t MOST_CHARACTERS = 4 << 28;
 
+constexpr size_t NO_PADDING = 3;
+
 bool IsSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
 bool IsInAlphabet(char c) {
     return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '+' || c == '/';
 }
 
-/// Decodes groups of four characters; "=" counts as six zero bits.
+/// Decodes groups of four characters, MOST_CHARACTERS at most; "=" counts as six zero bits.
 /// @param to  room for three bytes a group
 /// @return whether all characters were decoded (OpenSSL trims white space at the ends of what it is given)
-bool DecodeGroups(std::string_view groups, char* to) {
-    while (!groups.empty()) {
-        const std::string_view piece = groups.substr(0, MOST_CHARACTERS);
-        const int expected = static_cast<int>(piece.size() / 4 * 3);
-        const auto* from = reinterpret_cast<const unsigned char*>(piece.data());
-        if (::EVP_DecodeBlock(reinterpret_cast<unsigned char*>(to), from, static_cast<int>(piece.size())) != expected)
-            return false;
-        to += expected;
-        groups.remove_prefix(piece.size());
-    }
-    return true;
+inline bool DecodeGroups(std::string_view groups, char* to) {
+    const int size = static_cast<int>(groups.size());
+    const auto* from = reinterpret_cast<const unsigned char*>(groups.data());
+    return ::EVP_DecodeBlock(reinterpret_cast<unsigned char*>(to), from, size) == size / 4 * 3;
 }
 
-/// Decodes a text of whole groups with nothing between them.
-/// @return whether it is one; else `data` is of no use
-bool DecodeRegular(std::string_view text, std::string& data) {
-    if (text.size() % 4 != 0)
-        return false;
-    const size_t padding = text.size() - std::min(text.find('='), text.size());
-    if (padding > 2 || (padding == 2 && text.back() != '='))
-        return false;
-    data.resize(text.size() / 4 * 3);
-    if (!DecodeGroups(text, data.data()))
-        return false;
-    data.resize(data.size() - padding);
-    return true;
+/// @return the length of the padding at the end of a text that has no other "="; else a length above 2
+size_t PaddingLength(std::string_view text) {
+    const void* const first = std::memchr(text.data(), '=', text.size());
+    if (first == nullptr)
+        return 0;
+    const auto length = static_cast<size_t>(text.data() + text.size() - static_cast<const char*>(first));
+    return length == 2 && text.back() != '=' ? NO_PADDING : length;
 }
 
 /// @return the characters that count: without white space, and up to padding or the first foreign one
@@ -61,6 +51,16 @@ std::string Significant(std::string_view text) {
     return characters;
 }
 
+[[gnu::noinline, gnu::cold]] void DecodeIrregular(std::string_view text, std::string& data) {
+    std::string characters = Significant(text);
+    const size_t bytes = characters.size() * 3 / 4;  // a single character at the end carries no whole byte
+    characters.append((4 - characters.size() % 4) % 4, 'A');
+    data.resize(characters.size() / 4 * 3);
+    for (size_t i = 0; i < characters.size(); i += MOST_CHARACTERS)
+        DecodeGroups(std::string_view(characters).substr(i, MOST_CHARACTERS), data.data() + i / 4 * 3);
+    data.resize(bytes);
+}
+
 }  // namespace
 
 std::string RkBase64Decoder::encode(const std::string& data) {
@@ -74,14 +74,12 @@ std::string RkBase64Decoder::encode(const std::string& data) {
 }
 
 std::string RkBase64Decoder::decode(const std::string& text) {
-    std::string data;
-    if (DecodeRegular(text, data))
-        return data;
-    std::string characters = Significant(text);
-    const size_t bytes = characters.size() * 3 / 4;  // a single character at the end carries no whole byte
-    characters.append((4 - characters.size() % 4) % 4, 'A');
-    data.resize(characters.size() / 4 * 3);
-    DecodeGroups(characters, data.data());
-    data.resize(bytes);
+    std::string data(text.size() / 4 * 3, '\0');
+    const bool wholeGroups = text.size() % 4 == 0 && text.size() <= MOST_CHARACTERS;
+    const size_t padding = wholeGroups ? PaddingLength(text) : NO_PADDING;
+    if (padding > 2 || !DecodeGroups(text, data.data()))
+        DecodeIrregular(text, data);
+    else if (padding > 0)
+        data.resize(data.size() - padding);
     return data;
 }
