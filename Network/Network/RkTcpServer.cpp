@@ -64,7 +64,9 @@ RkTcpServer::~RkTcpServer() {
 }
 
 void RkTcpServer::Run() {
-    if (!OpenAndBind())  // has told the log and standard error why
+    const bool listening = OpenAndBind();  // tells the log and standard error if not
+    m_settled.Post();
+    if (!listening)
         return;
     RkSelect listener;
     listener.AddReader(m_server.GetHandle());
@@ -268,6 +270,11 @@ void RkTcpServer::DoWork(RkRunnable* runnable) { m_pool.DoWork(runnable); }
 void RkTcpServer::StopThreadPool() { m_pool.Stop(); }
 
 RkErrorCode RkTcpServer::Open() { return m_server.Open(); }
+
+bool RkTcpServer::WaitUntilListening() {
+    while (!m_settled.wait(1000)) {}
+    return m_bound;
+}
 
 RkInetAddress RkTcpServer::GetLocalAddress() const { return m_server.GetLocalAddress(); }
 

@@ -119,6 +119,11 @@ public:
     /// Opens the listening socket if it is not open. @return 0. Throws an RkNetworkException.
     RkErrorCode Open();
 
+    /// Waits until the server's thread listens or has failed to. For a server that was started and binds itself: only then
+    /// GetLocalAddress tells the port that the system chose.
+    /// @return whether it listens
+    bool WaitUntilListening();
+
     /// @return where the server listens; 0.0.0.0 port 0 while the socket is not open
     RkInetAddress GetLocalAddress() const;
 
@@ -186,6 +191,7 @@ private:
     std::atomic<bool> m_bound{false};
     const std::unique_ptr<RkTcpSocketFactory> m_factory;
     RkUInt16 m_askedPort;                          ///< host byte order; names the logger when binding failed
+    RkEvent m_settled;                             ///< posted when the server's thread listens, or has failed to
     RkEvent m_stopRequested;                       ///< posted by Stop; ends a pause early
     std::optional<kstr::diag::RkLogger> m_logger;  ///< set by Run; for the server's thread
 };
