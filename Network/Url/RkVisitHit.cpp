@@ -1,6 +1,6 @@
 #include "Network/Url/RkVisitHit.h"
 
-#include <algorithm>
+#include <iterator>
 
 #include "Base/RkSemLock.h"
 #include "Base/RkTypes.h"
@@ -14,11 +14,6 @@ constexpr const char* DEFAULT_EXTENSIONS[] = {
     "adp", "asp", "aspx", "asx",  "cfm",   "cgi", "dll", "doc",  "exe",   "htm", "html", "jsp",  "jhtml", "msnw", "nsf",
     "pdf", "php", "php3", "php4", "phtml", "pl",  "py",  "rxml", "shtml", "stm", "swf",  "text", "txt",   "xml",  "xsl",
 };
-
-constexpr unsigned char ToLower(char character) {
-    const auto byte = static_cast<unsigned char>(character);
-    return byte >= 'A' && byte <= 'Z' ? static_cast<unsigned char>(byte + ('a' - 'A')) : byte;
-}
 
 /// Whether a user last seen at `last` is within `delay` seconds of it; a clock that went backwards counts so.
 bool IsRecent(std::time_t last, std::time_t now, std::time_t delay) {
@@ -35,34 +30,35 @@ RkVisitHit::mapLastHit_t RkVisitHit::m_LastHit;
 RkVisitHit::mapLastVisit_t RkVisitHit::m_LastVisit;
 RkVisitHit::setFileExtension_t RkVisitHit::m_ContainerFileExtensions;
 std::atomic<pfnRkVisitUpdateCallback_t> RkVisitHit::m_pfnVisitUpdate{nullptr};
+RkVisitHit::mapPlace_t RkVisitHit::s_places;
 RkCriticalSection RkVisitHit::s_callbackLock;
 RkCriticalSection RkVisitHit::s_lock;
-
-bool ltvhmap::operator()(std::string_view left, std::string_view right) const {
-    const std::size_t common = std::min(left.size(), right.size());
-    for (std::size_t i = 0; i < common; ++i)
-        if (left[i] != right[i] && ToLower(left[i]) != ToLower(right[i]))
-            return ToLower(left[i]) < ToLower(right[i]);
-    return left.size() < right.size();
-}
 
 bool RkVisitHit::CalcIsVisit(std::string& user, std::string& url, std::time_t now, unsigned long a, unsigned long b,
                              void* context) {
     const RkSemLock guard(s_lock);
-    const auto place = m_LastHit.lower_bound(user);
-    const bool known = place != m_LastHit.end() && !ltvhmap()(user, place->first);
-    const bool recent = known && IsRecent(place->second, now, m_VisitDelay);
-    const bool visit = !recent || IsUrlAContainer(url);
-    if (known)
-        place->second = now;
+    std::time_t* const last = FindLastHit(user);
+    const bool visit = last == nullptr || !IsRecent(*last, now, m_VisitDelay) || IsUrlAContainer(url);
+    if (last != nullptr)
+        *last = now;
     else
-        m_LastHit.emplace_hint(place, user, now);
+        AddLastHit(user, now);
 
     if (visit && m_pfnVisitUpdate.load() != nullptr)
         m_LastVisit[user] = context;
     else
         ReportHit(user, a, b);
     return visit;
+}
+
+std::time_t* RkVisitHit::FindLastHit(const std::string& user) {
+    const auto place = s_places.find(user);
+    return place == s_places.end() ? nullptr : &place->second->second;
+}
+
+void RkVisitHit::AddLastHit(const std::string& user, std::time_t now) {
+    const auto entry = m_LastHit.emplace(user, now).first;
+    s_places.emplace(entry->first, entry);
 }
 
 void RkVisitHit::ReportHit(const std::string& user, unsigned long a, unsigned long b) {

@@ -6,18 +6,17 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 
 #include "Base/RkCriticalSection.h"
 #include "Network/QorNetworkExport.h"
+#include "Network/Url/RkFoldedText.h"
 
 /// Told about a hit: the `a` and `b` of its CalcIsVisit, and the context of the user's last visit.
 using pfnRkVisitUpdateCallback_t = void (*)(unsigned long a, unsigned long b, void* context);
 
 /// Orders byte strings without regard to the case of ASCII letters. Accepts any kind of text without a copy.
-struct QOR_NETWORK_EXPORT ltvhmap {
-    using is_transparent = void;
-    bool operator()(std::string_view left, std::string_view right) const;
-};
+using ltvhmap = RkFoldedLess;
 
 /// Decides for each web request of a user whether it begins a visit (a page worth counting) or is a hit: a further request,
 /// such as an image of the page, that belongs to the current visit. One classifier per process: all state is class-wide.
@@ -74,7 +73,14 @@ public:
     /// Seconds without a request after which the next one is a visit; 10 at first.
     static std::atomic<std::time_t> m_VisitDelay;
 
-protected:
+private:
+    /// Where each user of m_LastHit stands: a look-up by hash touches memory twice, a descent of the tree a dozen times.
+    using mapPlace_t = std::unordered_map<std::string_view, mapLastHit_t::iterator, RkFoldedHash, RkFoldedEqual>;
+
+    static std::time_t* FindLastHit(const std::string& user);
+    static void AddLastHit(const std::string& user, std::time_t now);
+    static void ReportHit(const std::string& user, unsigned long a, unsigned long b);
+
     static mapLastHit_t m_LastHit;                        ///< time of each user's last request; guarded by s_lock
     static mapLastVisit_t m_LastVisit;                    ///< context of each user's last visit; guarded by s_lock
     static setFileExtension_t m_ContainerFileExtensions;  ///< guarded by s_lock
@@ -85,7 +91,5 @@ protected:
 
     static RkCriticalSection s_callbackLock;
     static RkCriticalSection s_lock;
-
-private:
-    static void ReportHit(const std::string& user, unsigned long a, unsigned long b);
+    static mapPlace_t s_places;  ///< refers into m_LastHit; guarded by s_lock
 };

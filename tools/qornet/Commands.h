@@ -31,6 +31,7 @@ void AddCgi(CLI::App& app);
 void AddHash(CLI::App& app);
 void AddResolve(CLI::App& app);
 void AddEcho(CLI::App& app);
+void AddRange(CLI::App& app);
 void AddVisits(CLI::App& app);
 void AddDirectory(CLI::App& app);
 

@@ -3,10 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <string_view>
 #include <tuple>
 #include <vector>
-
-#include "Network/Url/RkVisitHit.h"
 
 namespace {
 
@@ -20,20 +19,6 @@ void PrintCounts(std::ostream& out, std::string_view user, const VisitTable::Cou
 }
 
 }  // namespace
-
-std::size_t VisitTable::FoldedHash::operator()(std::string_view text) const {
-    RkUInt64 hash = 0xcbf29ce484222325;
-    for (const char character : text) {
-        const auto byte = static_cast<unsigned char>(character);
-        const bool upper = byte >= 'A' && byte <= 'Z';
-        hash = (hash ^ (upper ? byte | 0x20u : byte)) * 0x100000001b3;
-    }
-    return hash;
-}
-
-bool VisitTable::FoldedEqual::operator()(std::string_view left, std::string_view right) const {
-    return left == right || (!ltvhmap()(left, right) && !ltvhmap()(right, left));
-}
 
 void VisitTable::Add(const std::string& user, bool visit) {
     Counts& counts = m_users[user];

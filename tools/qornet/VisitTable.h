@@ -2,10 +2,10 @@
 
 #include <ostream>
 #include <string>
-#include <string_view>
 #include <unordered_map>
 
 #include "Base/RkTypes.h"
+#include "Network/Url/RkFoldedText.h"
 
 /// Visits and hits by user. Users match without regard to the case of ASCII letters, as RkVisitHit matches them, and are
 /// shown as they were written first.
@@ -22,12 +22,5 @@ public:
     void Print(std::ostream& out) const;
 
 private:
-    struct FoldedHash {
-        std::size_t operator()(std::string_view text) const;
-    };
-    struct FoldedEqual {
-        bool operator()(std::string_view left, std::string_view right) const;
-    };
-
-    std::unordered_map<std::string, Counts, FoldedHash, FoldedEqual> m_users;
+    std::unordered_map<std::string, Counts, RkFoldedHash, RkFoldedEqual> m_users;
 };

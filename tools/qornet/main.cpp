@@ -17,6 +17,7 @@ int main(int argc, char** argv) {
     AddResolve(app);
     AddEcho(app);
     AddTls(app);
+    AddRange(app);
     AddVisits(app);
     AddDirectory(app);
     AddGet(app);
