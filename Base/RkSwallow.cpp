@@ -1,5 +1,7 @@
 #include "Base/RkSwallow.h"
 
+#include <cxxabi.h>
+
 #include <exception>
 
 #include "Diag/RkLogStream.h"
@@ -13,6 +15,16 @@ kstr::diag::RkLogger& Logger() {
 }
 
 }  // namespace
+
+// A forced unwinding has no object: the reference that catches it is null, and nobody looks at it.
+__attribute__((no_sanitize("null"))) void PassOnForcedUnwinding() {
+    try {
+        throw;
+    } catch (const abi::__forced_unwind&) {
+        throw;
+    } catch (...) {  // an exception: the caller's to handle
+    }
+}
 
 void ReportSwallowed(const char* operation) noexcept {
     try {

@@ -1,20 +1,22 @@
 #pragma once
 
-#include <cxxabi.h>
+#include "Base/QorBaseExport.h"
+
+/// For use in a `catch (...)`: does nothing for an exception, but passes on the forced unwinding of a thread (pthread_exit,
+/// cancellation), since a handler that ends one ends the process.
+QOR_BASE_EXPORT void PassOnForcedUnwinding();
 
 /// Logs, at LV_ERROR, that the exception now being handled left `operation`.
-void ReportSwallowed(const char* operation) noexcept;
+QOR_BASE_EXPORT void ReportSwallowed(const char* operation) noexcept;
 
-/// Calls `call`. What leaves it is logged and swallowed, save a forced unwinding (pthread_exit, cancellation), which must
-/// go on: stopping it would end the process.
+/// Calls `call`. What leaves it is logged and swallowed, save a forced unwinding.
 /// @param operation  what the log line says was left, for example "RkRunnable::Run"
 template <class Call>
 void Swallowing(const char* operation, Call&& call) {
     try {
         call();
-    } catch (const abi::__forced_unwind&) {
-        throw;
     } catch (...) {
+        PassOnForcedUnwinding();
         ReportSwallowed(operation);
     }
 }
@@ -26,9 +28,8 @@ bool SwallowingSilently(Call&& call) {
     try {
         call();
         return true;
-    } catch (const abi::__forced_unwind&) {
-        throw;
     } catch (...) {
+        PassOnForcedUnwinding();
         return false;
     }
 }

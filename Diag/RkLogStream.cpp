@@ -1,8 +1,8 @@
 #include "Diag/RkLogStream.h"
 
-#include <cxxabi.h>
-
 #include <exception>
+
+#include "Base/RkSwallow.h"
 
 namespace kstr::diag {
 
@@ -11,8 +11,6 @@ namespace {
 /// @return the line that stands for a statement that threw the exception now being handled
 std::string BrokenText() {
     try {
-        throw;
-    } catch (const abi::__forced_unwind&) {
         throw;
     } catch (const std::exception& e) {
         const char* text = e.what();
@@ -34,15 +32,15 @@ void RkLogStream::flush(const char* file, const char* function, int line) {
 
 void LogBrokenStatement(RkLogger& logger, const char* file, const char* function, int line) {
     try {
+        PassOnForcedUnwinding();
         const std::string text = BrokenText();
         if (!logger.isEnabled(LV_ERROR))
             return;
         RkLogStream stream(logger, LV_ERROR);
         stream << text;
         stream.flush(file, function, line);
-    } catch (const abi::__forced_unwind&) {
-        throw;
     } catch (...) {  // the sink is what throws: there is nobody left to tell
+        PassOnForcedUnwinding();
     }
 }
 
