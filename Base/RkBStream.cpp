@@ -86,6 +86,18 @@ RkBStream& RkBStream::operator<<(char character) {
     return *this;
 }
 
+void RkBStream::Prime(const char* data, size_t count) {
+    MakeInput();
+    m_inputBegin = 0;
+    m_inputEnd = std::min(count, BUFFER_SIZE);
+    std::copy_n(data, m_inputEnd, m_input.get());
+}
+
+void RkBStream::MakeInput() {
+    if (m_input == nullptr)
+        m_input = std::make_unique_for_overwrite<char[]>(BUFFER_SIZE);
+}
+
 size_t RkBStream::TakeInput(char* data, size_t count) {
     const size_t taken = std::min(count, Buffered());
     std::copy_n(m_input.get() + m_inputBegin, taken, data);
@@ -114,8 +126,7 @@ bool RkBStream::TakeLinePart(std::string& line) {
 bool RkBStream::FillInput() {
     if (Buffered() > 0)
         return true;
-    if (m_input == nullptr)
-        m_input = std::make_unique_for_overwrite<char[]>(BUFFER_SIZE);
+    MakeInput();
     const ssize_t read = ReadDevice(m_input.get(), BUFFER_SIZE);
     if (read <= 0)
         return StopReading(read == 0 ? ReadState::Ended : ReadState::Failed);

@@ -64,6 +64,10 @@ public:
     /// @return the number of bytes that can be read without the device; 0 after Abort
     size_t Buffered() const { return m_aborted ? 0 : m_inputEnd - m_inputBegin; }
 
+    /// Puts bytes in front of what the device has still to give: for who has received them from the device himself, before
+    /// any other read. @param count  at most BUFFER_SIZE
+    void Prime(const char* data, size_t count);
+
     /// What was written and not yet handed to the device: for who writes to the device directly, together with more. Valid
     /// until the next write.
     std::string_view GetPending() const { return {m_output.get(), m_outputSize}; }
@@ -74,6 +78,7 @@ public:
 private:
     enum class ReadState { Open, Ended, Failed };
 
+    void MakeInput();
     size_t TakeInput(char* data, size_t count);
     bool TakeLinePart(std::string& line);
     bool FillInput();

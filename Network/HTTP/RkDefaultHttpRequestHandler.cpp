@@ -49,6 +49,14 @@ void SendNotFound(RkBStream& stream) {
     });
 }
 
+/// Writes, past the stream's buffer where nobody watches it: that spares the buffer and a copy.
+void Write(RkBStream& stream, const char* data, size_t count) {
+    if (typeid(stream) != typeid(RkBStream))
+        return stream.Write(data, count);
+    stream.Flush();
+    stream.GetDevice().WriteExactly(data, count);
+}
+
 /// Removes a "\\server" and all "x:" in front. They mean nothing here; configurations made for the other platform have them.
 std::string WithoutPlatformPrefixes(std::string path) {
     if (path.starts_with("\\\\"))
@@ -92,7 +100,7 @@ void Copy(std::string_view before, const RkStaticFile& file, RkBStream& stream) 
     do {
         came = std::max<ssize_t>(file.Read(data.get() + used, chunk), 0);
         copied += static_cast<RkUInt64>(came);
-        stream.Write(data.get(), used + static_cast<size_t>(came));
+        Write(stream, data.get(), used + static_cast<size_t>(came));
         used = 0;
     } while (came > 0 && copied != file.GetSize());
 }
@@ -152,7 +160,10 @@ void SendFile(const RkStaticFile& file, RkBStream& stream) {
 std::map<std::string, std::string> RkDefaultHttpRequestHandler::s_mimeTypeMap;
 
 RkDefaultHttpRequestHandler::RkDefaultHttpRequestHandler(const std::string& serverRootPath)
-    : m_serverRootPath(serverRootPath), m_serverRootCanonicalPath(RkFileSystem::GetCanonicalPath(serverRootPath)) {
+    : m_serverRootPath(serverRootPath),
+      m_serverRootCanonicalPath(RkFileSystem::GetCanonicalPath(serverRootPath)),
+      m_isRootCanonical(serverRootPath == m_serverRootCanonicalPath ||
+                        serverRootPath == m_serverRootCanonicalPath + "/") {
     static std::once_flag filled;
     std::call_once(filled, [] {
         s_mimeTypeMap = {
@@ -191,13 +202,23 @@ void RkDefaultHttpRequestHandler::handleRequest(RkHttpRequest& request, RkBStrea
 /// @return what is to be sent for a file name; nothing when there is nothing or it lies outside the root
 RkStaticFile RkDefaultHttpRequestHandler::Find(const std::string& filename) const {
     const std::string joined = m_serverRootPath + filename;
-    RkStaticFile file(joined);
-    if (!IsBelowRoot(file.GetCanonicalPath()))
-        return {};
+    RkStaticFile file = OpenBelowRoot(joined);
     const std::string path = WithoutPlatformPrefixes(joined);
-    if (path != joined)
+    if (path != joined && file.Exists())
         file = RkStaticFile(path);
     return file.IsDirectory() ? OpenIndexPage(path) : std::move(file);
+}
+
+/// @return nothing when it lies outside the root
+RkStaticFile RkDefaultHttpRequestHandler::OpenBelowRoot(const std::string& path) const {
+    // A path without links and steps up is where it seems to be: that spares asking the system where it is.
+    if (m_isRootCanonical && path.find("..") == path.npos) {
+        RkStaticFile file = RkStaticFile::OpenWithoutLinks(path);
+        if (file.GetError() == 0 || file.GetError() == ENOENT)
+            return file;
+    }
+    RkStaticFile file(path);
+    return IsBelowRoot(file.GetCanonicalPath()) ? std::move(file) : RkStaticFile();
 }
 
 // A comparison of texts, as ever: a root "/srv/www" lets "/srv/www2" through (test SiblingWithTheRootsNameInFrontIsServed).

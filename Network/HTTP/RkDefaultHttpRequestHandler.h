@@ -38,9 +38,11 @@ public:
 
 private:
     RkStaticFile Find(const std::string& filename) const;
+    RkStaticFile OpenBelowRoot(const std::string& path) const;
     bool IsBelowRoot(const std::string& canonical) const;
 
     std::string m_serverRootPath;
     std::string m_serverRootCanonicalPath;                    ///< as of construction
     static std::map<std::string, std::string> s_mimeTypeMap;  ///< filled by the first constructor, then only read
+    bool m_isRootCanonical;                                   ///< the first is the second, but for a slash at its end
 };

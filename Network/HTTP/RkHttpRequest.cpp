@@ -1,10 +1,14 @@
 #include "Network/HTTP/RkHttpRequest.h"
 
+#include <sys/socket.h>
+
 #include <chrono>
 #include <sstream>
+#include <typeinfo>
 
 #include "Base/RkBStreamTrace.h"
 #include "Base/RkDeadline.h"
+#include "Base/RkIO.h"
 #include "Base/RkOS.h"
 #include "Base/RkSwallow.h"
 #include "Network/Network/RkNetworkException.h"
@@ -44,7 +48,7 @@ void RkHttpRequest::Serve(RkBStream& stream) {
 
 void RkHttpRequest::Exchange(RkBStream& stream) {
     m_socket->AcceptSocket();
-    if (!WaitForFirstBytes()) {
+    if (!WaitForFirstBytes(stream)) {
         trace("RkHttpRequest: idle connection closed");
         return m_socket->CloseForce();
     }
@@ -61,9 +65,23 @@ void RkHttpRequest::Exchange(RkBStream& stream) {
 }
 
 /// @return false when the idle time is over
-bool RkHttpRequest::WaitForFirstBytes() {
+bool RkHttpRequest::WaitForFirstBytes(RkBStream& stream) {
+    if (m_timeout == 0 || TakeFirstBytes(stream))
+        return true;
     const RkTimePeriod idle = RkTimePeriod::FromMicroSeconds(std::int64_t{m_timeout} * 1000000);
-    return m_timeout == 0 || RkSocketWait::For(m_socket->GetHandle(), RkSocketWait::READABLE, idle) != 0;
+    return RkSocketWait::For(m_socket->GetHandle(), RkSocketWait::READABLE, idle) != 0;
+}
+
+/// Takes what is there. It is for most requests when a thread takes up their connection, and that spares the wait.
+bool RkHttpRequest::TakeFirstBytes(RkBStream& stream) {
+    const RkTcpSocket& socket = *m_socket;
+    if (typeid(socket) != typeid(RkTcpSocket))  // others receive in ways of their own
+        return false;
+    char data[RkBStream::BUFFER_SIZE];
+    const ssize_t count = RkIO::Recv(socket.GetHandle(), data, sizeof data, MSG_DONTWAIT);
+    if (count > 0)
+        stream.Prime(data, static_cast<size_t>(count));
+    return count > 0;
 }
 
 /// Reads and parses the head, as far as it comes. @return whether its end came

@@ -61,7 +61,8 @@ protected:
 private:
     void Serve(RkBStream& stream);
     void Exchange(RkBStream& stream);
-    bool WaitForFirstBytes();
+    bool WaitForFirstBytes(RkBStream& stream);
+    bool TakeFirstBytes(RkBStream& stream);
     bool ReadHead(RkBStream& stream);
     bool CollectHead(RkBStream& stream, std::deque<std::string>& lines);
     bool ReadForm(RkBStream& stream);

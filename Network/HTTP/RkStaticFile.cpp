@@ -1,6 +1,8 @@
 #include "Network/HTTP/RkStaticFile.h"
 
 #include <fcntl.h>
+#include <linux/openat2.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -10,18 +12,42 @@
 #include "Base/RkException.h"
 #include "Base/RkFileSystem.h"
 
-RkStaticFile::RkStaticFile(const RkPath& path) : m_path(path) {
-    const std::string& text = path.GetText();
-    if (text.find('\0') != text.npos) {
-        m_error = EINVAL;
-        return;
+namespace {
+
+constexpr int FLAGS = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+
+bool HasNul(const RkPath& path) { return path.GetText().find('\0') != std::string::npos; }
+
+/// As open(2), or openat2(2), which an old kernel lacks.
+/// @param resolve  as the latter takes it; 0: any path
+int Open(const RkPath& path, RkUInt64 resolve) {
+    const char* const text = path.GetText().c_str();
+    if (HasNul(path)) {
+        errno = EINVAL;
+        return -1;
     }
-    m_handle = ::open(text.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-    m_error = m_handle == -1 ? errno : 0;
-    const int known = m_handle == -1 ? ::stat(text.c_str(), &m_status) : ::fstat(m_handle, &m_status);
-    if (known == -1)
-        m_status = {};
+    if (resolve == 0)
+        return ::open(text, FLAGS);
+    open_how how{};
+    how.flags = FLAGS;
+    how.resolve = resolve;
+    return static_cast<int>(::syscall(SYS_openat2, AT_FDCWD, text, &how, sizeof how));
 }
+
+}  // namespace
+
+RkStaticFile::RkStaticFile(const RkPath& path) : RkStaticFile(path, 0) {
+    if (m_handle == -1 && !HasNul(path))
+        ::stat(path.GetText().c_str(), &m_status);  // leaves it alone where there is nothing
+}
+
+RkStaticFile::RkStaticFile(const RkPath& path, RkUInt64 resolve)
+    : m_path(path), m_handle(Open(path, resolve)), m_error(m_handle == -1 ? errno : 0) {
+    if (m_handle != -1)
+        ::fstat(m_handle, &m_status);
+}
+
+RkStaticFile RkStaticFile::OpenWithoutLinks(const RkPath& path) { return {path, RESOLVE_NO_SYMLINKS}; }
 
 RkStaticFile::RkStaticFile(RkStaticFile&& other) noexcept { *this = std::move(other); }
 

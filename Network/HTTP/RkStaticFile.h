@@ -16,6 +16,10 @@ class RkStaticFile {
 public:
     explicit RkStaticFile(const RkPath& path);
     RkStaticFile() = default;  ///< of nothing
+
+    /// Opens only what is reached without a symbolic link, so that a path without ".." is where it seems to be.
+    static RkStaticFile OpenWithoutLinks(const RkPath& path);
+
     RkStaticFile(RkStaticFile&& other) noexcept;
     RkStaticFile& operator=(RkStaticFile&& other) noexcept;
     ~RkStaticFile();
@@ -32,6 +36,9 @@ public:
     /// @return without links and dots; empty when there is nothing, or it cannot be told
     std::string GetCanonicalPath() const;
 
+    /// @return 0, or the errno that tells why it is not open
+    int GetError() const { return m_error; }
+
     /// Throws an RkException that names the path and the reason when the file is not open for reading.
     void RequireOpen() const;
 
@@ -42,8 +49,10 @@ public:
     ssize_t Read(char* data, size_t count) const;
 
 private:
+    RkStaticFile(const RkPath& path, RkUInt64 resolve);
+
     RkPath m_path;
     int m_handle = -1;
-    int m_error = 0;  ///< why it is not open
+    int m_error = 0;
     struct stat m_status {};
 };

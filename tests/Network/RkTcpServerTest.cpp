@@ -7,8 +7,8 @@
 #include <chrono>
 #include <functional>
 #include <latch>
-#include <regex>
 #include <sstream>
+#include <string_view>
 
 #include "Base/RkException.h"
 #include "Diag/RkInspector.h"
@@ -70,7 +70,9 @@ public:
 std::string Print(RkTcpServer& server, int level) {
     std::ostringstream text;
     server.PrintSelf(text, static_cast<PrintSelfLevel>(level));
-    return std::regex_replace(text.str(), std::regex("Time: [-0-9]{10} [:0-9]{8}"), "Time: NOW");
+    std::string printed = text.str();
+    constexpr std::string_view pattern = "2000-01-01 00:00:00";
+    return printed.replace(printed.find("Time: ") + 6, pattern.size(), "NOW");
 }
 
 std::string LoggerName(RkUInt16 port) { return "Qor.Network.Network.RkTcpServer.Port " + std::to_string(port); }
