@@ -12,8 +12,15 @@
 #include "Crypto/PeerVerification.h"
 #include "Crypto/SocketBIO.h"
 #include "Crypto/X509Store.h"
+#include "Crypto/X509StoreContext.h"
 
 namespace kstr::Crypto {
+
+namespace {
+
+constexpr const char* HANDSHAKE = "handshake failed";
+
+}  // namespace
 
 SSLConnection::SSLConnection(SSL_CTX* context, std::shared_ptr<PeerVerification> verification)
     : m_verification(std::move(verification)),
@@ -41,7 +48,7 @@ void SSLConnection::SetAcceptState() { SSL_set_accept_state(m_ssl.get()); }
 void SSLConnection::Connect() {
     for (;;) {
         OpenSSLErrors::Clear();
-        const int status = Outcome(SSL_connect(m_ssl.get()), "handshake failed");
+        const int status = Outcome(SSL_connect(m_ssl.get()), HANDSHAKE);
         if (status == DONE)
             return;
         Await(status);
@@ -50,7 +57,7 @@ void SSLConnection::Connect() {
 
 int SSLConnection::Accept() {
     OpenSSLErrors::Clear();
-    const int status = Outcome(SSL_accept(m_ssl.get()), "handshake failed");
+    const int status = Outcome(SSL_accept(m_ssl.get()), HANDSHAKE);
     if (status != DONE && IsBlocking())
         throw BasicException("handshake timed out");
     return status;
@@ -84,10 +91,16 @@ int SSLConnection::Outcome(int result, const char* what) const {
             return WAIT_WRITABLE;
         case SSL_ERROR_SSL:
         case SSL_ERROR_SYSCALL:
-            OpenSSLErrors::Throw(what);
+            OpenSSLErrors::Throw(std::string(what) + WhyNotVerified());
         default:
             return FAILED;
     }
+}
+
+/// OpenSSL's queue only says that the verification failed.
+std::string SSLConnection::WhyNotVerified() const {
+    const int error = m_verification->mode == SSL_VERIFY_NONE || SSL_in_init(m_ssl.get()) == 0 ? 0 : GetVerifyResult();
+    return error == 0 ? std::string() : " (" + X509StoreContext::GetErrorText(error) + ")";
 }
 
 bool SSLConnection::IsBlocking() const { return (::fcntl(m_handle, F_GETFL) & O_NONBLOCK) == 0; }

@@ -98,6 +98,7 @@ public:
 
 private:
     int Outcome(int result, const char* what) const;
+    std::string WhyNotVerified() const;
     bool IsBlocking() const;
     void Await(int status) const;
 

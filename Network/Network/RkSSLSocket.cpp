@@ -93,6 +93,8 @@ RkSSLSocket::RkSSLSocket(const std::string& keyFile, const std::string& certFile
 
 RkSSLSocket::RkSSLSocket(const RkInetAddress& addr, bool flag) : RkTcpSocket(addr, flag), m_logger(LOGGER) { Init(); }
 
+RkSSLSocket::RkSSLSocket(NoCredentials) : m_logger(LOGGER) { CreateContext(); }
+
 RkSSLSocket::RkSSLSocket(const RkSSLSocket& source) : RkTcpSocket(source), m_logger(LOGGER) { TakeFrom(source); }
 
 RkSSLSocket& RkSSLSocket::operator=(const RkSSLSocket& source) {

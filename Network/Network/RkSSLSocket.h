@@ -123,9 +123,11 @@ public:
     const std::string& ErrMsg() const { return m_errMsg; }
 
 protected:
-    /// Sets the context up with protocol and ciphers alone. For subclasses that bring credentials of their own, or need none:
-    /// they start from the constructor that only checks files.
-    void CreateContext();
+    struct NoCredentials {};
+
+    /// For subclasses that bring credentials of their own, or are clients without any: a context with protocol and ciphers
+    /// alone.
+    explicit RkSSLSocket(NoCredentials);
 
     // The five pointers move when a socket is copied, hence mutable. Context and session are owned, the rest is borrowed.
     mutable std::unique_ptr<kstr::Crypto::SSLContext> m_pCtx;      ///< null before Init and after Uninit
@@ -140,6 +142,7 @@ protected:
 
 private:
     bool HasObjects() const;
+    void CreateContext();
     void LoadObjects();
     void LoadFiles();
     void TakeFrom(const RkSSLSocket& source);

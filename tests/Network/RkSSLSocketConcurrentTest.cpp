@@ -11,6 +11,7 @@
 #include "Network/Network/RkNetworkException.h"
 #include "Network/Network/RkSSLSocket.h"
 #include "Network/Network/RkSSLTimeoutSocket.h"
+#include "examples/StrictTlsSocket.h"
 #include "tests/support/CapturingSink.h"
 #include "tests/support/ScriptedPeer.h"
 #include "tests/support/TempDir.h"
@@ -151,6 +152,28 @@ TEST_F(RkSSLSocketConcurrentTest, ObjectModeRefusesStrangers) {
     EXPECT_THAT(serverFailure, AllOf(StartsWith("unable to accept, "), HasSubstr("certificate verify failed")));
     EXPECT_THAT(clientFailure, StartsWith("unable to connect using ssl, "));
     Close(client, *server);
+}
+
+TEST_F(RkSSLSocketConcurrentTest, AStrictClientRefusesWhatTheSocketsDoNotLookAt) {
+    const struct {
+        TestIdentity server;
+        const char* failure;
+    } cases[] = {
+        {m_ca.Issue({"localhost"}), ""},
+        {m_ca.Issue({"www.example.com"}), "hostname mismatch"},
+        {m_ca.Issue({"localhost", TestCertificate::RSA, -20, -10}), "certificate has expired"},
+        {m_ca.Issue({"localhost", TestCertificate::ECDSA, 100, 200}), "certificate is not yet valid"},
+        {MakeSelfSigned(), "self-signed certificate"},
+        {TestCA().Issue(), "certificate signature failure"},  // another authority of the same name
+    };
+    for (const auto& c : cases) {
+        c.server.Write(m_dir / "tls");
+        auto server = FileSocket();
+        StrictTlsSocket client(m_trusted, "localhost");
+        EXPECT_THAT(Connect(client, *server).first, HasSubstr(c.failure)) << "row " << &c - cases;
+        EXPECT_EQ(client.Write("x", 1), *c.failure == '\0' ? 1 : -1);
+        Close(client, *server);
+    }
 }
 
 TEST_F(RkSSLSocketConcurrentTest, TheChainIsCheckedByTheNewOwnerAfterACopy) {

@@ -11,6 +11,7 @@ namespace {
 
 const RkTimePeriod CONNECT_TIMEOUT(0, 0, 0, 30);
 constexpr int VERIFY_PEER = 1;
+constexpr int PEM = 1;
 
 struct TlsOptions {
     std::string target, certFile, keyFile, caFile;
@@ -22,10 +23,9 @@ int AcceptAnyway(int, kstr::Crypto::X509StoreContext*) { return 1; }
 /// Connects as RkSSLSocket does, and has OpenSSL verify what that class does not look at.
 class TlsProbe : public RkSSLSocket {
 public:
-    TlsProbe(const TlsOptions& options, const std::string& host)
-        : RkSSLSocket(options.keyFile, options.certFile, !options.certFile.empty()) {
-        if (options.certFile.empty())
-            CreateContext();
+    TlsProbe(const TlsOptions& options, const std::string& host) : RkSSLSocket(NoCredentials()) {
+        if (!options.certFile.empty())
+            Present(options.certFile, options.keyFile);
         if (options.caFile.empty())
             m_pCtx->GetCertStore().AddSystemCerts();
         else
@@ -49,6 +49,13 @@ public:
     }
 
 private:
+    void Present(const std::string& certFile, const std::string& keyFile) {
+        m_pCtx->UseCert(certFile);
+        m_pCtx->UsePrivateKey(keyFile, PEM);
+        if (!m_pCtx->CheckPrivateKey())
+            throw CommandFailed("the key in '" + keyFile +
+                                "' does not belong to the certificate; see --cert and --key");
+    }
     void Trust(const kstr::Crypto::StackOf_X509Cert& authorities) {
         for (unsigned long i = 0; i < authorities.size(); ++i)
             m_pCtx->GetCertStore().AddCert(authorities[i]);
@@ -73,7 +80,7 @@ void Probe(const TlsOptions& options) {
     if (address.IsAnyAddress())
         throw CommandFailed("'" + host + "' is no IPv4 address and resolves to none");
     address.SetPort(port);
-    kstr::diag::RkLogger::setLevel("Qor.Network.Network.RkSSLSocket", kstr::diag::LV_OFF);  // exceptions tell it all
+    kstr::diag::RkLogger::setLevel("", kstr::diag::LV_OFF);  // exceptions tell it all
     TlsProbe probe(options, host);
     probe.Connect(address, CONNECT_TIMEOUT);
     probe.Print();
