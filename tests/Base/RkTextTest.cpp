@@ -1,7 +1,5 @@
 #include <gmock/gmock.h>
 
-#include <sstream>
-
 #include "Base/RkIString.h"
 #include "Base/RkString.h"
 #include "Base/RkStringHasher.h"
@@ -11,9 +9,9 @@
 using testing::ElementsAre;
 
 TEST(RkWStringTest, PassesThroughUtf8) {
-    const std::wstring text = L"plain\u00e9\u20ac\uffff\U0001F600\U0010FFFF";
-    EXPECT_EQ(RkWString(text).makeString(), "plain\u00e9\u20ac\uffff\U0001F600\U0010FFFF");
-    EXPECT_EQ(RkWString::FromUtf8(RkWString(text).makeString()), text);
+    EXPECT_EQ(RkString(L"a\u00e9\u20ac\uffff\U0001F600\U0010FFFF"), "a\u00e9\u20ac\uffff\U0001F600\U0010FFFF");
+    EXPECT_EQ(RkWString::FromUtf8("a\u00e9\u20ac\uffff\U0001F600\U0010FFFF"),
+              L"a\u00e9\u20ac\uffff\U0001F600\U0010FFFF");
     const wchar_t wild[] = {wchar_t(0xD800), wchar_t(0x110000), wchar_t(-1), 0};
     EXPECT_EQ(RkString(wild), "\uFFFD\uFFFD\uFFFD");
 }
@@ -35,9 +33,6 @@ TEST(RkIStringTest, LowersAsciiLettersOnly) {
     text.Assign(L"\u00c9A-Z[");
     text.ToLower();
     EXPECT_EQ(text.ToWString(), L"\u00c9a-z[");
-    std::ostringstream out;
-    out << text << RkString("s") << RkWString(L"\u00e9");
-    EXPECT_EQ(out.str(), "\u00c9a-z[s\u00e9");
 }
 
 TEST(RkTokenizerTest, KeepsEmptyPieces) {

@@ -8,25 +8,20 @@
 
 #include "Base/RkDevice.h"
 
-class ScriptedDevice : public RkDevice {
-public:
-    /// Each text is what one read gives, its rest the next one; an empty one is a time-out. After them reads give 0.
-    explicit ScriptedDevice(std::deque<std::string> script = {}) : m_script(std::move(script)) {}
-
-    /// The text, at most `chunk` bytes a read.
-    ScriptedDevice(const std::string& text, size_t chunk) : m_script{text}, longestRead(chunk) {}
+struct ScriptedDevice : public RkDevice {
+    explicit ScriptedDevice(std::deque<std::string> allReads = {}) : script(std::move(allReads)) {}
 
     ssize_t Read(char* data, size_t count) override {
         ++reads;
-        const std::string text = m_script.empty() ? "" : m_script.front();
-        if (!m_script.empty())
-            m_script.pop_front();
-        if (text == FAILURE)
-            return -1;
+        if (script.empty())
+            return 0;
+        const std::string text = std::exchange(script.front(), "");
         const size_t taken = text.copy(data, std::min(count, longestRead));
         if (taken < text.size())
-            m_script.push_front(text.substr(taken));
-        return static_cast<ssize_t>(taken);
+            script.front() = text.substr(taken);
+        else
+            script.pop_front();
+        return text == FAILURE ? -1 : static_cast<ssize_t>(taken);
     }
     ssize_t Write(const char* data, size_t count) override {
         lastWritten = data;
@@ -40,10 +35,7 @@ public:
     /// A read of the script that fails.
     static inline const std::string FAILURE = "<failure>";
 
-private:
-    std::deque<std::string> m_script;
-
-public:
+    std::deque<std::string> script;  ///< what each read gives; an empty text is a time-out; after them all come ends
     int reads = 0;
     int flushes = 0;
     bool fails = false;  ///< writes and flushes
