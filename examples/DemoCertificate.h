@@ -11,7 +11,9 @@
 /// A self-signed certificate for an hour, so that a demonstration needs no files. Yours come from an authority, or from
 /// scripts/dev-certs.
 struct DemoCertificate {
-    explicit DemoCertificate(const std::string& host) : key(EVP_EC_gen("P-256")), cert(X509_new()) {
+    /// @param ownKey  taken over
+    explicit DemoCertificate(const std::string& host, EVP_PKEY* ownKey = EVP_EC_gen("P-256"))
+        : key(ownKey), cert(X509_new()) {
         X509* const raw = cert.Get();
         X509_set_version(raw, X509_VERSION_3);
         ASN1_INTEGER_set(X509_get_serialNumber(raw), 1);
