@@ -1,5 +1,6 @@
 #include "Network/Network/MurmurHash3.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -16,13 +17,32 @@ Word Load(const Byte* from) {
     return word;
 }
 
-/// Loads the `count` bytes (fewer than a word) that are left over, as the low end of a word.
+/// Loads the bytes that are left over as the low end of a word; `count` is at least one, and more than a word is cut.
 template <class Word>
-Word LoadTail(const Byte* from, std::size_t count) {
-    Word word = 0;
-    for (std::size_t i = count; i-- > 0;)
-        word = word << 8 | from[i];
-    return word;
+[[gnu::always_inline]] inline Word LoadTail(const Byte* from, std::size_t count) {
+    if (count >= sizeof(Word))
+        return Load<Word>(from);
+    Word tail = 0;
+    switch (count) {
+        case 7:
+            tail |= static_cast<Word>(std::uint64_t{from[6]} << 48);
+            [[fallthrough]];
+        case 6:
+            tail |= static_cast<Word>(std::uint64_t{from[5]} << 40);
+            [[fallthrough]];
+        case 5:
+            tail |= static_cast<Word>(std::uint64_t{from[4]} << 32);
+            [[fallthrough]];
+        case 4:
+            return tail | Load<std::uint32_t>(from);
+        case 3:
+            tail |= static_cast<Word>(from[2] << 16);
+            [[fallthrough]];
+        case 2:
+            return tail | Load<std::uint16_t>(from);
+        default:
+            return from[0];
+    }
 }
 
 std::uint32_t Avalanche(std::uint32_t h) {
@@ -70,12 +90,13 @@ struct Lanes4x32 {
     }
 
     void Tail(const Byte* from, std::size_t count) {
-        Byte padded[16] = {};
-        std::memcpy(padded, from, count);
-        h1 ^= Scramble<15>(Load<std::uint32_t>(padded), C1, C2);
-        h2 ^= Scramble<16>(Load<std::uint32_t>(padded + 4), C2, C3);
-        h3 ^= Scramble<17>(Load<std::uint32_t>(padded + 8), C3, C4);
-        h4 ^= Scramble<18>(Load<std::uint32_t>(padded + 12), C4, C1);
+        if (count > 12)
+            h4 ^= Scramble<18>(LoadTail<std::uint32_t>(from + 12, count - 12), C4, C1);
+        if (count > 8)
+            h3 ^= Scramble<17>(LoadTail<std::uint32_t>(from + 8, count - 8), C3, C4);
+        if (count > 4)
+            h2 ^= Scramble<16>(LoadTail<std::uint32_t>(from + 4, count - 4), C2, C3);
+        h1 ^= Scramble<15>(LoadTail<std::uint32_t>(from, count), C1, C2);
     }
 
     void Mix() {
@@ -114,10 +135,9 @@ struct Lanes2x64 {
     }
 
     void Tail(const Byte* from, std::size_t count) {
-        Byte padded[16] = {};
-        std::memcpy(padded, from, count);
-        h1 ^= Scramble<31>(Load<std::uint64_t>(padded), C1, C2);
-        h2 ^= Scramble<33>(Load<std::uint64_t>(padded + 8), C2, C1);
+        if (count > 8)
+            h2 ^= Scramble<33>(LoadTail<std::uint64_t>(from + 8, count - 8), C2, C1);
+        h1 ^= Scramble<31>(LoadTail<std::uint64_t>(from, count), C1, C2);
     }
 
     void Mix() {
@@ -137,7 +157,7 @@ struct Lanes2x64 {
     std::uint64_t h1, h2;
 };
 
-/// Feeds all whole blocks of 16 bytes and what is left over. The left-over zeros of a padded tail change no lane.
+/// Feeds all whole blocks of 16 bytes and what is left over.
 template <class Lanes>
 void Hash128(const void* key, int len, Lanes lanes, void* out) {
     const auto* from = static_cast<const Byte*>(key);

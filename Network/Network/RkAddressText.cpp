@@ -2,6 +2,7 @@
 
 #include <arpa/inet.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>
@@ -24,29 +25,27 @@ constexpr auto HEX_VALUES = [] {
     return values;
 }();
 
+/// @return a number above 9 for what is no digit
+unsigned Digit(char c) { return static_cast<unsigned char>(c) - unsigned{'0'}; }
+
 int HexValue(char c) { return HEX_VALUES[static_cast<unsigned char>(c)]; }
 
-/// Reads a plain a.b.c.d; false for all other forms, good ones too.
-bool ParseDottedQuad(const char* text, in_addr& addr) {
-    std::uint32_t value = 0;
-    for (int i = 0; i < 4; ++i) {
-        if (i > 0 && *text++ != '.')
-            return false;
-        unsigned octet = static_cast<unsigned char>(*text++) - unsigned{'0'};
-        if (octet > 9)
-            return false;
-        const bool zero = octet == 0;  // a leading zero means octal
-        for (unsigned digit; (digit = static_cast<unsigned char>(*text) - unsigned{'0'}) <= 9; ++text) {
-            octet = octet * 10 + digit;
-            if (zero || octet > 255)
-                return false;
-        }
-        value = value << 8 | octet;
-    }
-    if (*text != '\0' || value == INADDR_NONE)
-        return false;
-    addr.s_addr = htonl(value);
-    return true;
+/// Reads a number up to 255 without leading zeros, which would make it octal. @return its end, or null
+const char* ParseOctet(const char* text, unsigned& octet) {
+    octet = Digit(text[0]);
+    if (octet > 9)
+        return nullptr;
+    const unsigned second = Digit(text[1]);
+    if (second > 9)
+        return text + 1;
+    const unsigned third = Digit(text[2]);
+    if (octet == 0)
+        return nullptr;
+    octet = octet * 10 + second;
+    if (third > 9)
+        return text + 2;
+    octet = octet * 10 + third;
+    return octet <= 255 ? text + 3 : nullptr;
 }
 
 /// Whether a number followed by a colon begins the text, which no IPv4 form allows.
@@ -70,36 +69,16 @@ const char* ParseGroup(const char* text, std::uint16_t& group) {
     return text;
 }
 
-/// Reads groups with at most one gap; false for all other forms, those with an IPv4 tail too.
-bool ParseColonHex(const char* text, in6_addr& addr) {
-    std::uint16_t groups[GROUPS];
-    int count = 0;
-    int gap = -1;
-    if (*text == ':' && *++text != ':')
-        return false;
-    for (;;) {
-        if (*text == ':') {
-            if (gap >= 0)
-                return false;
-            gap = count;
-            if (*++text == '\0')
-                break;
-        }
-        if (count == GROUPS || !(text = ParseGroup(text, groups[count])))
-            return false;
-        ++count;
-        if (*text == '\0')
-            break;
-        if (*text != ':' || *++text == '\0')
-            return false;
-    }
+/// @param gap  where zeros are left out; -1: nowhere
+/// @return whether there are as many groups as there must be
+bool PlaceGroups(const std::uint16_t (&groups)[GROUPS], int count, int gap, in6_addr& addr) {
     if (gap < 0 ? count != GROUPS : count == GROUPS)
         return false;
     const auto before = static_cast<std::size_t>(gap < 0 ? count : gap);
     const auto after = static_cast<std::size_t>(count) - before;
     addr = in6_addr{};
-    std::memcpy(addr.s6_addr16, groups, before * sizeof *groups);
-    std::memcpy(addr.s6_addr16 + GROUPS - after, groups + before, after * sizeof *groups);
+    std::copy_n(groups, before, addr.s6_addr16);
+    std::copy_n(groups + before, after, addr.s6_addr16 + GROUPS - after);
     return true;
 }
 
@@ -185,7 +164,7 @@ char* FormatIp6(const unsigned char* bytes, char* out) {
 }  // namespace
 
 bool RkAddressText::ParseIp4(const char* text, in_addr& addr) {
-    if (ParseDottedQuad(text, addr))
+    if (ParsePlainIp4(text, addr))
         return true;
     const in_addr_t value = BeginsLikeIp6(text) ? INADDR_NONE : ::inet_addr(text);
     if (value == INADDR_NONE)
@@ -195,13 +174,52 @@ bool RkAddressText::ParseIp4(const char* text, in_addr& addr) {
 }
 
 bool RkAddressText::ParseIp6(const char* text, in6_addr& addr) {
-    if (ParseColonHex(text, addr))
+    if (ParsePlainIp6(text, addr))
         return true;
     in6_addr parsed;
     if (::inet_pton(AF_INET6, text, &parsed) != 1)
         return false;
     addr = parsed;
     return true;
+}
+
+const char* RkAddressText::ParsePlainIp4(const char* text, in_addr& addr) {
+    std::uint32_t value = 0;
+    for (int i = 0; i < 4; ++i) {
+        unsigned octet = 0;
+        if ((i > 0 && *text++ != '.') || !(text = ParseOctet(text, octet)))
+            return nullptr;
+        value = value << 8 | octet;
+    }
+    if (*text != '\0' || value == INADDR_NONE)
+        return nullptr;
+    addr.s_addr = htonl(value);
+    return text;
+}
+
+const char* RkAddressText::ParsePlainIp6(const char* text, in6_addr& addr) {
+    std::uint16_t groups[GROUPS];
+    int count = 0;
+    int gap = -1;
+    if (*text == ':' && *++text != ':')
+        return nullptr;
+    for (;;) {
+        if (*text == ':') {
+            if (gap >= 0)
+                return nullptr;
+            gap = count;
+            if (*++text == '\0')
+                break;
+        }
+        if (count == GROUPS || !(text = ParseGroup(text, groups[count])))
+            return nullptr;
+        ++count;
+        if (*text == '\0')
+            break;
+        if (*text != ':' || *++text == '\0')
+            return nullptr;
+    }
+    return PlaceGroups(groups, count, gap, addr) ? text : nullptr;
 }
 
 char* RkAddressText::Format(int family, const void* addr, char* out) {

@@ -13,6 +13,11 @@ public:
     /// Reads what inet_pton reads as AF_INET6.
     static bool ParseIp6(const char* text, in6_addr& addr);
 
+    /// Read the forms that nearly all addresses have: a.b.c.d, and hexadecimal groups without an IPv4 tail.
+    /// @return the text's NUL; null for all other texts, good ones too, and `addr` is unchanged then
+    static const char* ParsePlainIp4(const char* text, in_addr& addr);
+    static const char* ParsePlainIp6(const char* text, in6_addr& addr);
+
     /// Writes what inet_ntop writes, without a NUL. Throws an RkNetworkException for any other family than the two.
     /// @param addr  an in_addr or in6_addr
     /// @param out   room for INET6_ADDRSTRLEN characters

@@ -199,19 +199,29 @@ void RkInetAddress::AssignInet4Addr(const sockaddr_in* addr) {
 
 void RkInetAddress::SetFromString(const std::string& addrstr, RkUInt16 port, bool promoteToV6) {
     Endpoint endpoint;
-    if (!Split(addrstr, endpoint)) {
-        GetOneAddress(addrstr, *this, !promoteToV6);
-    } else if (endpoint.address.data() + endpoint.address.size() == addrstr.data() + addrstr.size()) {
-        if (!SetNumeric(endpoint.address.data()))  // reaches to the NUL of the text: no copy needed
-            GetOneAddress(std::string(endpoint.address), *this, !promoteToV6);
-    } else {
-        const std::string address(endpoint.address);
-        if (!SetNumeric(address.c_str()))
+    if (!SetPlain(addrstr)) {
+        const bool wellFormed = Split(addrstr, endpoint);
+        const std::string address = wellFormed ? std::string(endpoint.address) : addrstr;
+        if (!wellFormed || !SetNumeric(address.c_str()))
             GetOneAddress(address, *this, !promoteToV6);
     }
     SetPort(endpoint.port != 0 ? endpoint.port : port);
     if (promoteToV6)
         PromoteToV6();
+}
+
+/// The fast path for a text that is nothing but an address in its usual form: splitting it would change nothing.
+bool RkInetAddress::SetPlain(const std::string& text) {
+    const char* const end = text.c_str() + text.size();
+    InetAddress addr{};
+    if (RkAddressText::ParsePlainIp4(text.c_str(), addr.inet_u.u_in4) == end)
+        m_family = AF_INET;
+    else if (RkAddressText::ParsePlainIp6(text.c_str(), addr.inet_u.u_in6) == end)
+        m_family = AF_INET6;
+    else
+        return false;
+    m_addr = addr;
+    return true;
 }
 
 /// Takes a numeric text as written, without demoting; false leaves the address alone.

@@ -206,6 +206,7 @@ protected:
 private:
     friend class RkNetwork;
 
+    bool SetPlain(const std::string& text);
     bool SetNumeric(const char* text);
     RkUInt32 Word(int index) const;
     bool SameAddress(const RkInetAddress& addr) const;
