@@ -7,12 +7,12 @@
 #include <condition_variable>
 #include <deque>
 #include <mutex>
-#include <string>
 #include <utility>
 #include <vector>
 
 #include "Base/RkDeadline.h"
 #include "Base/RkException.h"
+#include "Base/RkPoolWorker.h"
 #include "Base/RkSwallow.h"
 
 namespace {
@@ -32,58 +32,13 @@ constexpr milliseconds STEP_PAUSE{2};
 /// How long the pool waits after the system or the factory had no thread to give.
 constexpr milliseconds RETRY_PAUSE{100};
 
-void NameThread(const std::string& name) {
-    ::pthread_setname_np(::pthread_self(), name.substr(0, 15).c_str());  // the system refuses longer ones
-}
-
 }  // namespace
-
-/// A place in the pool for one thread at a time: the loop that the thread runs, and where work is handed to it. Places are
-/// used again and last as long as the pool, so that a late notification never meets freed memory.
-class RkThreadPool::Worker : public RkRunnable {
-public:
-    Worker(Impl& pool, std::size_t number) : m_pool(pool), m_number(number) {}
-
-    void Run() override;
-    void Stop() override;
-
-    /// Hands work to the idle thread.
-    /// @return false when the thread was told to end before
-    bool Give(RkRunnable* work);
-
-    /// @return what was given by then; null: nothing, or the thread shall end
-    RkRunnable* AwaitWork();
-    RkRunnable* AwaitWork(Clock::time_point deadline);
-
-    /// Tells the thread to end, and what it runs to stop.
-    void End();
-
-    // These are the pool's, under its lock.
-    std::unique_ptr<RkThread> thread;
-    bool isCounted = false;   ///< in the pool's total
-    bool isStarting = false;  ///< has not asked for work yet
-
-private:
-    bool HasNews() const { return m_given || m_mustEnd; }
-    void Execute(RkRunnable* work);
-    bool Begin(RkRunnable* work);
-    void Finish();
-    void StopRunning();
-
-    Impl& m_pool;
-    const std::size_t m_number;
-    std::mutex m_lock;                  ///< guards all that follows; a runnable's Stop is called under it
-    std::condition_variable m_changed;  ///< HasNews
-    RkRunnable* m_given = nullptr;      ///< handed over, not yet taken
-    RkRunnable* m_running = nullptr;    ///< null again before it is deleted
-    bool m_mustEnd = false;
-};
 
 /// The queue, the stack of idle workers, and the supervisor: a thread that sleeps while no work waits and adds threads for
 /// work that has waited too long. Its loop is this class's Run.
 ///
 /// Work is queued only while no worker is idle, and a worker goes idle only while no work is queued.
-class RkThreadPool::Impl : public RkRunnable {
+class RkThreadPool::Impl : public RkRunnable, public RkPoolWorker::Owner {
 public:
     Impl(int maxSize, int startSize, bool deleteRunnables, int poolWaitTime, const RkTimePeriod& idle,
          RkPooledThreadFactory* factory);
@@ -96,16 +51,6 @@ public:
     int GetIdle() const;
     int GetQueued() const;
 
-    /// Waits for work.
-    /// @return null when the thread of `worker` shall end
-    RkRunnable* NextFor(Worker& worker);
-
-    /// The thread of `worker` has nothing left to do.
-    void Leave(Worker& worker);
-
-    /// Deletes a runnable that the pool owns.
-    void Dispose(RkRunnable* work) const;
-
 private:
     struct Waiting {
         RkRunnable* work;
@@ -113,16 +58,20 @@ private:
     };
     using Guard = std::unique_lock<std::mutex>;
 
+    RkRunnable* NextFor(RkPoolWorker& worker) override;
+    void Leave(RkPoolWorker& worker) override;
+    void Dispose(RkRunnable* work) const override;
+
     RkRunnable* TakeFirst();
-    RkRunnable* AwaitWork(Worker& worker);
-    bool MayEnd(Worker& worker);
-    void Uncount(Worker& worker);
+    RkRunnable* AwaitWork(RkPoolWorker& worker);
+    bool MayEnd(RkPoolWorker& worker);
+    void Uncount(RkPoolWorker& worker);
     bool WorkWaits() const;
     Clock::time_point WhenToGrow();
     void Grow(Guard& guard);
     bool AddThread(Guard& guard);
-    bool StartThread(Worker& worker, Guard& guard);
-    Worker& FreePlace();
+    bool StartThread(RkPoolWorker& worker, Guard& guard);
+    RkPoolWorker& FreePlace();
     bool Close();
 
     const int m_maxSize;
@@ -136,99 +85,20 @@ private:
     mutable std::mutex m_lock;            ///< guards all that follows; no other lock is taken under it
     std::condition_variable m_attention;  ///< for the supervisor: work waits, or the pool stops
     std::deque<Waiting> m_queue;
-    std::vector<Worker*> m_idle;    ///< the most recently idle one last
-    std::deque<Worker> m_workers;   ///< every place ever made
-    std::vector<Worker*> m_free;    ///< places without a thread
-    Worker* m_lastEnded = nullptr;  ///< its thread has ended and is still to be joined
-    bool m_moved = false;           ///< since the supervisor looked, a thread that came free took queued work
-    Clock::time_point m_movedAt{};  ///< when the supervisor last saw that
-    Clock::time_point m_growAt{};   ///< no thread is made before
-    int m_total = 0;                ///< threads alive or being made
-    int m_starting = 0;             ///< of these, the ones that have not asked for work yet
-    bool m_watching = false;        ///< the supervisor looks at the queue again without being woken
+    std::vector<RkPoolWorker*> m_idle;    ///< the most recently idle one last
+    std::deque<RkPoolWorker> m_workers;   ///< every place ever made
+    std::vector<RkPoolWorker*> m_free;    ///< places without a thread
+    RkPoolWorker* m_lastEnded = nullptr;  ///< its thread has ended and is still to be joined
+    bool m_moved = false;                 ///< since the supervisor looked, a thread that came free took queued work
+    Clock::time_point m_movedAt{};        ///< when the supervisor last saw that
+    Clock::time_point m_growAt{};         ///< no thread is made before
+    int m_total = 0;                      ///< threads alive or being made
+    int m_starting = 0;                   ///< of these, the ones that have not asked for work yet
+    bool m_watching = false;              ///< the supervisor looks at the queue again without being woken
     bool m_stopped = false;
 
     RkThread m_supervisor;
 };
-
-// ---- a worker's thread
-
-void RkThreadPool::Worker::Run() {
-    struct Leaving {
-        Worker& worker;
-        ~Leaving() { worker.m_pool.Leave(worker); }
-    } const leaving{*this};  // also when the thread is unwound by force
-    NameThread("qor-pool-" + std::to_string(m_number));
-    while (RkRunnable* work = m_pool.NextFor(*this))
-        Execute(work);
-}
-
-void RkThreadPool::Worker::Execute(RkRunnable* work) {
-    struct Finishing {
-        Worker& worker;
-        RkRunnable* work;
-        ~Finishing() {
-            worker.Finish();
-            worker.m_pool.Dispose(work);
-        }
-    } const finishing{*this, work};
-    if (Begin(work))
-        Swallowing("RkRunnable::Run", [work] { work->Run(); });
-}
-
-/// @return false when the pool has stopped meanwhile; after true, End finds the work and stops it
-bool RkThreadPool::Worker::Begin(RkRunnable* work) {
-    const std::lock_guard guard(m_lock);
-    if (!m_mustEnd)
-        m_running = work;
-    return !m_mustEnd;
-}
-
-void RkThreadPool::Worker::Finish() {
-    const std::lock_guard guard(m_lock);
-    m_running = nullptr;
-}
-
-RkRunnable* RkThreadPool::Worker::AwaitWork() {
-    std::unique_lock guard(m_lock);
-    m_changed.wait(guard, [this] { return HasNews(); });
-    return std::exchange(m_given, nullptr);
-}
-
-RkRunnable* RkThreadPool::Worker::AwaitWork(Clock::time_point deadline) {
-    std::unique_lock guard(m_lock);
-    m_changed.wait_until(guard, deadline, [this] { return HasNews(); });
-    return std::exchange(m_given, nullptr);
-}
-
-// Notifies after the lock is given back: otherwise the woken thread might run into it.
-bool RkThreadPool::Worker::Give(RkRunnable* work) {
-    {
-        const std::lock_guard guard(m_lock);
-        if (m_mustEnd)
-            return false;
-        m_given = work;
-    }
-    m_changed.notify_one();
-    return true;
-}
-
-void RkThreadPool::Worker::End() {
-    const std::lock_guard guard(m_lock);
-    m_mustEnd = true;
-    m_changed.notify_one();
-    StopRunning();
-}
-
-void RkThreadPool::Worker::Stop() {
-    const std::lock_guard guard(m_lock);
-    StopRunning();
-}
-
-void RkThreadPool::Worker::StopRunning() {
-    if (m_running)
-        Swallowing("RkRunnable::Stop", [this] { m_running->Stop(); });
-}
 
 // ---- handing work over
 
@@ -258,7 +128,7 @@ void RkThreadPool::Impl::DoWork(RkRunnable* work) {
         guard.unlock();
         Dispose(work);
     } else if (!m_idle.empty()) {
-        Worker* worker = m_idle.back();
+        RkPoolWorker* worker = m_idle.back();
         m_idle.pop_back();
         guard.unlock();
         if (!worker->Give(work))
@@ -273,7 +143,7 @@ void RkThreadPool::Impl::DoWork(RkRunnable* work) {
     }
 }
 
-RkRunnable* RkThreadPool::Impl::NextFor(Worker& worker) {
+RkRunnable* RkThreadPool::Impl::NextFor(RkPoolWorker& worker) {
     {
         const Guard guard(m_lock);
         const bool isNew = std::exchange(worker.isStarting, false);
@@ -297,18 +167,19 @@ RkRunnable* RkThreadPool::Impl::TakeFirst() {
 
 // A thread that is kept when its idle time is over waits without limit from then on: threads are added only when none is
 // idle, so there is no need to look again before it was busy.
-RkRunnable* RkThreadPool::Impl::AwaitWork(Worker& worker) {
-    if (m_idleTime > RkTimePeriod()) {
-        if (RkRunnable* work = worker.AwaitWork(DeadlineAfter(m_idleTime)))
-            return work;
+RkRunnable* RkThreadPool::Impl::AwaitWork(RkPoolWorker& worker) {
+    if (m_idleTime <= RkTimePeriod()) {
+        worker.AwaitNews();
+    } else if (!worker.AwaitNews(DeadlineAfter(m_idleTime))) {
         if (MayEnd(worker))
             return nullptr;
+        worker.AwaitNews();
     }
-    return worker.AwaitWork();
+    return worker.Take();
 }
 
 /// Takes an idle worker that the pool can spare off the stack. One that is not there any more has work on its way.
-bool RkThreadPool::Impl::MayEnd(Worker& worker) {
+bool RkThreadPool::Impl::MayEnd(RkPoolWorker& worker) {
     const Guard guard(m_lock);
     const auto place = std::find(m_idle.begin(), m_idle.end(), &worker);
     if (place == m_idle.end() || m_total <= m_startSize)
@@ -318,13 +189,13 @@ bool RkThreadPool::Impl::MayEnd(Worker& worker) {
     return true;
 }
 
-void RkThreadPool::Impl::Uncount(Worker& worker) {
+void RkThreadPool::Impl::Uncount(RkPoolWorker& worker) {
     m_total -= std::exchange(worker.isCounted, false);
     m_starting -= std::exchange(worker.isStarting, false);
 }
 
 // Each thread that ends joins the one that ended before it, so that never more than one is left unjoined.
-void RkThreadPool::Impl::Leave(Worker& worker) {
+void RkThreadPool::Impl::Leave(RkPoolWorker& worker) {
     std::unique_ptr<RkThread> before;
     const Guard guard(m_lock);
     Uncount(worker);
@@ -347,7 +218,7 @@ void RkThreadPool::Impl::Dispose(RkRunnable* work) const {
 // ---- growing
 
 void RkThreadPool::Impl::Run() {
-    NameThread("qor-pool-watch");
+    ::pthread_setname_np(::pthread_self(), "qor-pool-watch");
     Guard guard(m_lock);
     while (!m_stopped) {
         m_watching = WorkWaits();
@@ -390,7 +261,7 @@ void RkThreadPool::Impl::Grow(Guard& guard) {
 /// Lets go of the lock while it makes the thread.
 /// @return false when there is none to be had
 bool RkThreadPool::Impl::AddThread(Guard& guard) {
-    Worker& worker = FreePlace();
+    RkPoolWorker& worker = FreePlace();
     worker.isCounted = worker.isStarting = true;
     ++m_total;
     ++m_starting;
@@ -402,7 +273,7 @@ bool RkThreadPool::Impl::AddThread(Guard& guard) {
     return false;
 }
 
-bool RkThreadPool::Impl::StartThread(Worker& worker, Guard& guard) {
+bool RkThreadPool::Impl::StartThread(RkPoolWorker& worker, Guard& guard) {
     bool isStarted = false;
     guard.unlock();
     Swallowing("the start of a pool thread", [&] {
@@ -420,10 +291,10 @@ bool RkThreadPool::Impl::StartThread(Worker& worker, Guard& guard) {
     return isStarted;
 }
 
-RkThreadPool::Worker& RkThreadPool::Impl::FreePlace() {
+RkPoolWorker& RkThreadPool::Impl::FreePlace() {
     if (m_free.empty())
         return m_workers.emplace_back(*this, m_workers.size() + 1);
-    Worker* worker = m_free.back();
+    RkPoolWorker* worker = m_free.back();
     m_free.pop_back();
     return *worker;
 }

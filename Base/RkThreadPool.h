@@ -56,7 +56,6 @@ public:
     int GetQueued() const;  ///< runnables waiting for a thread
 
 private:
-    class Worker;
     class Impl;
     std::unique_ptr<Impl> m_impl;
 };
