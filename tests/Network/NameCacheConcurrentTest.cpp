@@ -6,6 +6,7 @@
 #include <thread>
 #include <vector>
 
+#include "Base/RkSemLock.h"
 #include "Network/Network/ReverseDnsCache.h"
 #include "Network/Network/RkDnsCache.h"
 #include "tests/support/FakeResolver.h"
@@ -41,7 +42,13 @@ protected:
 };
 
 TEST_F(NameCacheConcurrentTest, ASlowForwardLookupHoldsUpItsOwnThreadOnly) {
-    RkDnsCache cache(50, 900);
+    struct Cache : RkDnsCache {
+        using RkDnsCache::RkDnsCache;
+        unsigned BlockedAMinuteFromNow() {
+            const RkSemLock lock(m_wlLock);
+            return m_waitingList.CountBlocked(59, std::time(nullptr) + 60);
+        }
+    } cache(50, 900);
     auto slow = std::async(std::launch::async, [&] { return cache.GetOneIP("slow", true); });
     m_entered.wait();
     InThreads([&](int thread) {
@@ -51,12 +58,11 @@ TEST_F(NameCacheConcurrentTest, ASlowForwardLookupHoldsUpItsOwnThreadOnly) {
                 cache.Clear();
         }
     });
-    while (cache.GetBlockedCount(0) == 0)  // until a second has passed
-        std::this_thread::yield();
-    EXPECT_EQ(cache.GetBlockedCount(0), 1u);
+    EXPECT_EQ(cache.BlockedAMinuteFromNow(), 1u);
+    EXPECT_EQ(cache.GetBlockedCount(60), 0u);
     m_release.count_down();
     EXPECT_EQ(slow.get(), RkInetAddress("192.0.2.1", 0));
-    EXPECT_EQ(cache.GetBlockedCount(0), 0u);
+    EXPECT_EQ(cache.BlockedAMinuteFromNow(), 0u);
 }
 
 TEST_F(NameCacheConcurrentTest, ASlowReverseLookupHoldsUpItsOwnThreadOnly) {
