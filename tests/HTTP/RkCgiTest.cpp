@@ -16,33 +16,23 @@ RkCgi Parsed(const std::string& query) {
     return cgi;
 }
 
+std::string Plain(const RkCgi& cgi) { return cgi.createCgiString(false, false, false, false); }
+
 std::string Packed(const std::string& query) {
     std::string text = "rk-encdata=";
     return RkCgi::escapeString(RkBase64Decoder::encode(query), text);
 }
 
 TEST(RkCgiTest, ParsesPairsInOrder) {
-    const struct {
-        const char *query, *pairs;
-    } cases[] = {
-        {"", ""},
-        {"a=1&b=2&a=3", "a:1 b:2 a:3 "},
-        {"x=a+b%21", "x:a b! "},
-        {"n%3Dm=%zz%4", "n=m:%zz%4 "},
-        {"flag", "flag: "},
-        {"a=b=c", "a:b "},  // cut at the second "="
-        {"a=1&&=2&", "a:1 : :2 : "},
-    };
-    for (const auto& c : cases) {
-        struct Open : RkCgi {
-            using RkCgi::m_params;
-        } cgi;
-        cgi.parse(c.query, false);
-        std::string pairs;
-        for (const auto& param : cgi.m_params)
-            pairs += param.name + ":" + param.value + " ";
-        EXPECT_EQ(pairs, c.pairs) << "parsing '" << c.query << "'";
-    }
+    const std::pair<const char*, const char*> cases[] = {{"", ""},
+                                                         {"a=1&b=2&a=3", "a=1&b=2&a=3"},
+                                                         {"x=a+b%21", "x=a b!"},
+                                                         {"n%3Dm=%zz%4", "n=m=%zz%4"},
+                                                         {"flag", "flag="},
+                                                         {"a=b=c", "a=b"},
+                                                         {"a=1&&=2&", "a=1&=&=2&="}};
+    for (const auto& [query, pairs] : cases)
+        EXPECT_EQ(Plain(Parsed(query)), pairs) << "parsing '" << query << "'";
 }
 
 TEST(RkCgiTest, FindsValuesByExactName) {
@@ -50,16 +40,17 @@ TEST(RkCgiTest, FindsValuesByExactName) {
     std::vector<std::string> values{"before"};
     cgi.getAllValues("a", values);
     EXPECT_THAT(values, ::testing::ElementsAre("before", "1", "3"));
-    EXPECT_EQ(cgi.getFirstValue("a"), "1");
-    EXPECT_EQ(cgi.getFirstValue("c"), "");
-    EXPECT_FALSE(cgi.isValueEncrypted("b"));
+    EXPECT_EQ(cgi.getFirstValue("a") + cgi.getFirstValue("c"), "1");
+    EXPECT_FALSE(cgi.isValueEncrypted("b") || cgi.isValueEncrypted("c"));
 }
 
 TEST(RkCgiTest, UnpacksEncodedDataAtAnyDepth) {
-    const RkCgi cgi = Parsed("o=0&" + Packed("p=1&" + Packed("q=a%2Bb") + "&r=3") + "&s=4&rk-encdata=!!");
+    const RkCgi cgi = Parsed(Packed("p=1&" + Packed("q=a%2Bb")) + "&s=4&rk%2Dencdata=!!");
     EXPECT_EQ(cgi.getCgiString(),
-              "name=o value=0 encrypted?=false\nname=p value=1 encrypted?=true\nname=q value=a+b encrypted?=true\n"
-              "name=r value=3 encrypted?=true\nname=s value=4 encrypted?=false\n");
+              "name=p value=1 encrypted?=true\nname=q value=a+b encrypted?=true\nname=s value=4 encrypted?=false\n");
+    std::ostringstream out;
+    out << cgi;
+    EXPECT_EQ(out.str(), "name=p value=1 encrypted?=1\nname=q value=a+b encrypted?=1\nname=s value=4 encrypted?=0\n");
     std::string deep = "a=1";
     while (deep.size() < 1'000'000)
         deep = Packed(deep);
@@ -70,53 +61,29 @@ TEST(RkCgiTest, BuildsQueries) {
     RkCgi cgi;
     cgi.addParameter("a b", "c", true);
     cgi.addParameter("d", "e/f", false);
-    const std::string plain = "a b=c&d=e/f", packed = RkBase64Decoder::encode(plain);
-    EXPECT_EQ(cgi.createCgiString(false, false, true, true), plain);
+    const std::string packed = RkBase64Decoder::encode("a b=c&d=e/f");
     EXPECT_EQ(cgi.createCgiString(true, false, false, false), "a%20b=c&d=e%2Ff");
     EXPECT_EQ(cgi.createCgiString(false, true, false, false), packed);
     EXPECT_EQ(cgi.createCgiString(false, true, true, false), "rk-encdata=" + packed);
-    EXPECT_EQ(Parsed(cgi.createCgiString(true, true, true, true)).getFirstValue("a b"), "c");
+    EXPECT_EQ(Plain(Parsed(cgi.createCgiString(true, true, true, true))), "a b=c&d=e/f");
 }
 
 TEST(RkCgiTest, RemovesOnlyTheFirstOfAdjacentNames) {
     RkCgi cgi = Parsed("a=1&a=2&b=3&a=4");
     cgi.removeName("a");
-    EXPECT_EQ(cgi.createCgiString(false, false, false, false), "a=2&b=3");
-    cgi.removeName("a");
-    EXPECT_EQ(cgi.createCgiString(false, false, false, false), "b=3");
-}
-
-TEST(RkCgiTest, BothListingsWriteTheMarkTheirOwnWay) {
-    RkCgi cgi;
-    cgi.addParameter("n", "v", false);
-    cgi.addParameter("m", "w", true);
-    std::ostringstream out;
-    out << cgi;
-    EXPECT_EQ(out.str(), "name=n value=v encrypted?=0\nname=m value=w encrypted?=1\n");
-    EXPECT_EQ(cgi.getCgiString(), "name=n value=v encrypted?=false\nname=m value=w encrypted?=true\n");
+    EXPECT_EQ(Plain(cgi), "a=2&b=3");
 }
 
 TEST(RkCgiTest, ReadsBodiesOfBoundedLength) {
-    const struct {
-        int length;
-        bool taken;
-    } cases[] = {{0, false}, {-1, false}, {131073, false}, {131072, true}, {131071, true}};
-    for (const auto& c : cases) {
+    for (const int length : {0, -1, 131073, 131072, 9}) {
+        const bool taken = length == 131072 || length == 9;
         ScriptedDevice device({"a=" + std::string(131070, 'x')});
         RkBStream stream(device);
         RkCgi cgi;
-        EXPECT_EQ(cgi.parseData(stream, c.length), c.taken) << c.length;
-        EXPECT_EQ(cgi.getFirstValue("a").size(), c.taken ? static_cast<std::size_t>(c.length) - 2 : 0) << c.length;
-        EXPECT_EQ(device.reads > 0, c.taken) << c.length;
+        EXPECT_EQ(cgi.parseData(stream, length), taken) << length;
+        EXPECT_EQ(cgi.getFirstValue("a").size(), taken ? static_cast<std::size_t>(length) - 2 : 0) << length;
+        EXPECT_EQ(device.reads > 0, taken) << length;
     }
-}
-
-TEST(RkCgiTest, ABodyThatEndsEarlyLeavesTheListAlone) {
-    ScriptedDevice device({"b=2"});
-    RkBStream stream(device);
-    RkCgi cgi = Parsed("a=1");
-    EXPECT_FALSE(cgi.parseData(stream, 4));
-    EXPECT_EQ(cgi.createCgiString(false, false, false, false), "a=1");
 }
 
 }  // namespace
