@@ -28,7 +28,7 @@ constexpr std::string_view NOT_FOUND_PAGE =
 
 constexpr size_t CHUNK = 65536;           ///< bytes of a file read at a time
 constexpr size_t WATCHED_CHUNK = 1024;    ///< the same where somebody looks at each write of the stream
-constexpr RkUInt64 KERNEL_SENDS = 16384;  ///< file size from which copying costs more than the further system calls
+constexpr RkUInt64 KERNEL_SENDS = 32768;  ///< file size from which copying costs more than the further system calls
 constexpr RkUInt64 LARGE = 1048576;       ///< file size from which a larger send buffer pays
 constexpr int LARGE_SEND_BUFFER = 524288;
 
