@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <csignal>
 
 namespace {
@@ -19,11 +18,6 @@ auto Uninterrupted(Call call) {
     while (result == -1 && errno == EINTR)
         result = call();
     return result;
-}
-
-RkTimePeriod Uptime() {
-    const auto now = std::chrono::steady_clock::now().time_since_epoch();
-    return RkTimePeriod::FromMicroSeconds(std::chrono::duration_cast<std::chrono::microseconds>(now).count());
 }
 
 timeval ToTimeval(const RkTimePeriod& period) { return {period.Seconds(), period.TotalMicroSeconds() % 1000000}; }
@@ -108,18 +102,11 @@ ssize_t RkIO::RecvFrom(SOCKET sock, char* data, size_t count, int flags, sockadd
     return Uninterrupted([&] { return ::recvfrom(sock, data, count, flags, from, length); });
 }
 
-// Linux leaves the sets alone when the wait is interrupted, so that both forms can wait again with them as they are.
+// When a wait is interrupted, Linux leaves the sets alone and takes what has passed off the time: both forms can wait again.
 
 int RkIO::Select(int count, fd_set* readers, fd_set* writers, fd_set* exceptions, const RkTimePeriod& timeout) {
-    const RkTimePeriod deadline = Uptime() + timeout;
-    RkTimePeriod left = timeout;
-    for (;;) {
-        timeval limit = ToTimeval(std::max(left, RkTimePeriod()));
-        const int ready = ::select(count, readers, writers, exceptions, &limit);
-        if (ready != -1 || errno != EINTR)
-            return ready;
-        left = deadline - Uptime();
-    }
+    timeval left = ToTimeval(std::max(timeout, RkTimePeriod()));
+    return Uninterrupted([&] { return ::select(count, readers, writers, exceptions, &left); });
 }
 
 int RkIO::Select(int count, fd_set* readers, fd_set* writers, fd_set* exceptions) {

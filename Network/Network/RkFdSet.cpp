@@ -33,32 +33,50 @@ fd_set* Allocate() {
     return pages == MAP_FAILED ? nullptr : static_cast<fd_set*>(pages);
 }
 
-void Free(fd_set* set) {
-    if (!HasOwnPages())
-        std::free(set);
-    else if (set)
-        ::munmap(set, WholeSize());
-}
-
 }  // namespace
 
-RkFdSet::RkFdSet() : m_fdset(Allocate()) {}
+RkFdSet::RkFdSet() : m_fdset(std::addressof(m_small)), m_small{} {}
 
-RkFdSet::~RkFdSet() { Free(m_fdset); }
-
-void RkFdSet::clear() {
+RkFdSet::~RkFdSet() {
+    if (IsSmall() || !m_fdset)
+        return;
     if (HasOwnPages())
-        ::madvise(m_fdset, WholeSize(), MADV_DONTNEED);  // private pages come back as zeros
+        ::munmap(m_fdset, WholeSize());
     else
-        clear(RkMaxFdSetSize::MaxFD);
+        std::free(m_fdset);
 }
 
-void RkFdSet::clear(int count) { std::memset(m_fdset, 0, Bytes(count)); }
+void RkFdSet::clear() {
+    if (IsSmall())
+        m_small = fd_set{};
+    else if (HasOwnPages())
+        ::madvise(m_fdset, WholeSize(), MADV_DONTNEED);  // private pages come back as zeros
+    else
+        std::memset(m_fdset, 0, WholeSize());
+}
 
 void RkFdSet::SetBit(SOCKET sock) {
-    reinterpret_cast<unsigned char*>(m_fdset)[sock / 8] |= static_cast<unsigned char>(1 << sock % 8);
+    fd_set* const set = sock < FD_SETSIZE ? m_fdset : Whole();
+    reinterpret_cast<unsigned char*>(set)[sock / 8] |= static_cast<unsigned char>(1 << sock % 8);
 }
 
 bool RkFdSet::HasBit(SOCKET sock) const {
+    if (IsSmall() && sock >= FD_SETSIZE)
+        return false;
     return (reinterpret_cast<const unsigned char*>(m_fdset)[sock / 8] >> sock % 8 & 1) != 0;
+}
+
+fd_set* RkFdSet::Emptied(int count) {
+    fd_set* const set = count <= FD_SETSIZE ? m_fdset : Whole();
+    std::memset(set, 0, Bytes(count));
+    return set;
+}
+
+fd_set* RkFdSet::Whole() {
+    if (IsSmall() && WholeSize() > sizeof m_small) {
+        m_fdset = Allocate();
+        if (m_fdset)
+            std::memcpy(m_fdset, std::addressof(m_small), sizeof m_small);
+    }
+    return m_fdset;
 }

@@ -2,16 +2,20 @@
 
 #include <sys/select.h>
 
-#include <cstddef>
+#include <memory>
 
 #include "Base/RkTypes.h"
 #include "Network/QorNetworkExport.h"
 
 /// One descriptor set of RkMaxFdSetSize::SetSize bytes, owned. For one thread at a time.
 ///
-/// Memory that was never touched costs nothing, however high the descriptor limit is. FD_SET and FD_ISSET abort above
-/// descriptor 1,023 in hardened builds; SetBit and HasBit do not. They do not check the handle: it must be below
-/// RkMaxFdSetSize::MaxFD. If the memory cannot be had the pointer is null; nobody checks it again.
+/// The set starts in the object itself, with room for the handles below 1,024, and takes memory of its own when a higher one
+/// comes or the system's type is asked for; pages that were never touched cost nothing then. So making, clearing and
+/// dropping one costs the same whatever the descriptor limit is. If the memory cannot be had the pointer is null; nobody
+/// checks it again.
+///
+/// FD_SET and FD_ISSET abort above descriptor 1,023 in hardened builds; SetBit and HasBit do not. They do not check the
+/// handle: it must be below RkMaxFdSetSize::MaxFD.
 class QOR_NETWORK_EXPORT RkFdSet {
 public:
     RkFdSet();
@@ -22,16 +26,23 @@ public:
     /// Empties the set.
     void clear();
 
-    /// Empties the set for handles below `count`; leaves the others.
-    void clear(int count);
-
     void SetBit(SOCKET sock);
     bool HasBit(SOCKET sock) const;
 
-    fd_set* get() { return m_fdset; }
-    fd_set* operator&() { return m_fdset; }
-    operator fd_set&() { return *m_fdset; }
+    /// The whole set, which stays where it is from now on.
+    fd_set* get() { return Whole(); }
+    fd_set* operator&() { return Whole(); }
+    operator fd_set&() { return *Whole(); }
 
 private:
+    friend class RkSelect;
+
+    /// @return the set, with room for the handles below `count` and empty there
+    fd_set* Emptied(int count);
+
+    bool IsSmall() const { return m_fdset == std::addressof(m_small); }
+    fd_set* Whole();
+
     fd_set* m_fdset;
+    fd_set m_small;  ///< what `m_fdset` points to at first
 };

@@ -25,12 +25,6 @@ void Add(RkSelect::SockSet_t& handles, RkSelect::Sock_t sock) {
 
 int Highest(const RkSelect::SockSet_t& handles) { return handles.empty() ? 0 : *handles.rbegin(); }
 
-void Fill(RkFdSet& set, const RkSelect::SockSet_t& handles, int dirty) {
-    set.clear(dirty);
-    for (const auto sock : handles)
-        set.SetBit(sock);
-}
-
 bool IsReady(const RkFdSet& set, RkSelect::Sock_t sock) {
     AbortIfTooHigh(sock);
     return sock > 0 && set.HasBit(sock);
@@ -63,13 +57,20 @@ void RkSelect::RemoveException(Sock_t sock) { m_exceptions.erase(sock); }
 int RkSelect::Select(RkTimePeriod timeout, bool waitOnZero) {
     const int count = std::max({Highest(m_readers), Highest(m_writers), Highest(m_exceptions)}) + 1;
     const int dirty = std::max(count, m_count);
-    Fill(m_fdReaders, m_readers, dirty);
-    Fill(m_fdWriters, m_writers, dirty);
-    Fill(m_fdExceptions, m_exceptions, dirty);
+    fd_set* const readers = Fill(m_fdReaders, m_readers, dirty);
+    fd_set* const writers = Fill(m_fdWriters, m_writers, dirty);
+    fd_set* const exceptions = Fill(m_fdExceptions, m_exceptions, dirty);
     m_count = count;
     if (waitOnZero && timeout.IsZero())
-        return RkIO::Select(count, &m_fdReaders, &m_fdWriters, &m_fdExceptions);
-    return RkIO::Select(count, &m_fdReaders, &m_fdWriters, &m_fdExceptions, timeout);
+        return RkIO::Select(count, readers, writers, exceptions);
+    return RkIO::Select(count, readers, writers, exceptions, timeout);
+}
+
+fd_set* RkSelect::Fill(RkFdSet& set, const SockSet_t& handles, int dirty) {
+    fd_set* const emptied = set.Emptied(dirty);
+    for (const auto sock : handles)
+        set.SetBit(sock);
+    return emptied;
 }
 
 bool RkSelect::Readable(Sock_t sock) { return IsReady(m_fdReaders, sock); }

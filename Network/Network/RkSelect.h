@@ -50,6 +50,8 @@ public:
     void Exceptions(SockVec_t& sockets);
 
 private:
+    static fd_set* Fill(RkFdSet& set, const SockSet_t& handles, int dirty);
+
     SockSet_t m_readers;
     SockSet_t m_writers;
     SockSet_t m_exceptions;

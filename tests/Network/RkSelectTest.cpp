@@ -142,3 +142,15 @@ TEST(RkHighSelectTest, DISABLED_Watches) {
     EXPECT_EQ(select.Select(POLL, false), 0);
     EXPECT_FALSE(select.Readable(high));
 }
+
+TEST(RkHighSelectTest, DISABLED_SetGrowsAndKeepsItsBits) {
+    RkFdSet set;
+    set.SetBit(3);
+    EXPECT_FALSE(set.HasBit(19990));
+    fd_set* const whole = set.get();
+    set.SetBit(19990);
+    EXPECT_TRUE(set.HasBit(3) && set.HasBit(19990));
+    set.clear();
+    EXPECT_FALSE(set.HasBit(3) || set.HasBit(19990));
+    EXPECT_EQ(&set, whole);
+}
