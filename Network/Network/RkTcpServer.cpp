@@ -64,9 +64,7 @@ RkTcpServer::~RkTcpServer() {
 }
 
 void RkTcpServer::Run() {
-    const bool listening = OpenAndBind();  // tells the log and standard error if not
-    m_settled.Post();
-    if (!listening)
+    if (!SettleListening())  // tells the log and standard error why not
         return;
     RkSelect listener;
     listener.AddReader(m_server.GetHandle());
@@ -75,6 +73,15 @@ void RkTcpServer::Run() {
     while (!m_shutdown && m_server.IsOpen())
         ServeNextClient(listener);
     ShutDown();
+}
+
+/// @return whether the server listens. Whoever waits to know is told, also when an exception of the subclass's Bind leaves.
+bool RkTcpServer::SettleListening() {
+    struct Telling {
+        RkEvent& settled;
+        ~Telling() { settled.Post(); }
+    } const telling{m_settled};
+    return OpenAndBind();
 }
 
 /// Binds before it names the logger, which carries the port that binding gave; what it has to say comes after that.

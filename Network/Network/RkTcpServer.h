@@ -163,6 +163,7 @@ private:
 
     RkTcpServer(const RkInetAddress& address, int timeout, const PoolArguments& pool, RkTcpSocketFactory* factory);
 
+    bool SettleListening();
     bool OpenAndBind();
     bool OpenListener();
     std::optional<std::string> TryToBind();
