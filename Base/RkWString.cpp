@@ -44,7 +44,7 @@ Decoded DecodeFront(std::string_view text) {
     for (const char c : text.substr(1, length - 1)) {
         if ((c & 0xC0) != 0x80)
             return UNDECODABLE;
-        value = value << 6 | (c & 0x3Fu);
+        value = value << 6 | (static_cast<unsigned char>(c) & 0x3Fu);
     }
     return value >= SMALLEST[length] && IsScalar(value) ? Decoded{value, length} : UNDECODABLE;
 }
