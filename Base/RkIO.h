@@ -30,7 +30,8 @@ public:
     static ssize_t RecvFrom(SOCKET sock, char* data, size_t count, int flags, sockaddr* from, socklen_t* length);
 
     /// Waits at most `timeout` (zero or less only looks). After an interruption the sets are as they were given.
-    /// The sets may be larger than `fd_set`; only their first `count` bits are touched.
+    /// The sets may be larger than `fd_set`; only their first `count` bits are touched, in whole words of 64. Bits of larger
+    /// sets must be set by the caller's own arithmetic: FD_SET ends the process for descriptors of 1,024 and above.
     static int Select(int count, fd_set* readers, fd_set* writers, fd_set* exceptions, const RkTimePeriod& timeout);
 
     /// Waits without limit.

