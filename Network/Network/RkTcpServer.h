@@ -188,7 +188,7 @@ private:
     const int m_timeout;                       ///< milliseconds
     std::atomic<RkUInt64> m_counter{0};
     std::atomic<RkUInt64> m_invalidCounter{0};
-    char m_errorBuff[1024] = {};  ///< reserved
+    [[maybe_unused]] char m_errorBuff[1024] = {};  ///< reserved
     std::atomic<bool> m_bound{false};
     const std::unique_ptr<RkTcpSocketFactory> m_factory;
     RkUInt16 m_askedPort;                          ///< host byte order; names the logger when binding failed
