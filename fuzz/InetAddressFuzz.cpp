@@ -39,20 +39,29 @@ void CheckNumericTest(const std::string& text) {
         Require(in_addr_t{address.GetIpAddress(true)} == inet_addr(text.c_str()));
 }
 
+/// @return the address in a well-formed endpoint text, or (IPv4 only) of the whole of another one; empty for a name
+std::string ExpectedAddress(const std::string& text, bool wellFormed, const std::string& host) {
+    RkInetAddress numeric;
+    if (!wellFormed)
+        return RkInetAddress::CheckForNumeric(text, numeric) && numeric.IsV4() ? numeric.ToString() : "";
+    unsigned char bytes[16];
+    const int family = CLibraryReads(host, bytes);
+    char shown[INET6_ADDRSTRLEN];
+    return family == AF_UNSPEC ? "" : inet_ntop(family, bytes, shown, sizeof shown);
+}
+
 void CheckEndpoint(const std::string& text) {
     std::string host;
     RkUInt16 port = 0;
     const bool wellFormed = RkInetAddress::SeparateAddrStringAndPort(text, host, port);
-    unsigned char bytes[16];
-    const int family = wellFormed ? CLibraryReads(host, bytes) : AF_UNSPEC;
+    const std::string expected = ExpectedAddress(text, wellFormed, host);
     try {
         const RkInetAddress address(text, 7);
-        char shown[INET6_ADDRSTRLEN];
-        Require(RkNetwork::InetNtoa(address) == inet_ntop(family, bytes, shown, sizeof shown));
+        Require(RkNetwork::InetNtoa(address) == expected);
         Require(address.GetPort() == (port != 0 ? port : 7));
         Require(RkInetAddress(address.ToString(), 0) == address);
     } catch (const RkNetworkException&) {
-        Require(family == AF_UNSPEC);
+        Require(expected.empty());
     }
 }
 
