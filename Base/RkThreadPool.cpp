@@ -37,7 +37,8 @@ constexpr milliseconds RETRY_PAUSE{100};
 /// The queue, the stack of idle workers, and the supervisor: a thread that sleeps while no work waits and adds threads for
 /// work that has waited too long. Its loop is this class's Run.
 ///
-/// Work is queued only while no worker is idle, and a worker goes idle only while no work is queued.
+/// One worker is woken at a time: work that comes meanwhile is queued, and the woken worker wakes the next one if it finds
+/// some there when it takes its own. So a burst of short work wakes few threads, and long work keeps none waiting.
 class RkThreadPool::Impl : public RkRunnable, public RkPoolWorker::Owner {
 public:
     Impl(int maxSize, int startSize, bool deleteRunnables, int poolWaitTime, const RkTimePeriod& idle,
@@ -62,6 +63,9 @@ private:
     void Leave(RkPoolWorker& worker) override;
     void Dispose(RkRunnable* work) const override;
 
+    void GiveToIdle(RkRunnable* work, Guard& guard);
+    void CallSupervisor(Guard& guard);
+    void WakeNext();
     RkRunnable* TakeFirst();
     RkRunnable* AwaitWork(RkPoolWorker& worker);
     bool MayEnd(RkPoolWorker& worker);
@@ -95,6 +99,7 @@ private:
     int m_total = 0;                      ///< threads alive or being made
     int m_starting = 0;                   ///< of these, the ones that have not asked for work yet
     bool m_watching = false;              ///< the supervisor looks at the queue again without being woken
+    bool m_isWaking = false;              ///< a worker was given work and has not taken it yet
     bool m_stopped = false;
 
     RkThread m_supervisor;
@@ -127,20 +132,43 @@ void RkThreadPool::Impl::DoWork(RkRunnable* work) {
     if (m_stopped) {
         guard.unlock();
         Dispose(work);
-    } else if (!m_idle.empty()) {
-        RkPoolWorker* worker = m_idle.back();
-        m_idle.pop_back();
-        guard.unlock();
-        if (!worker->Give(work))
-            Dispose(work);
+    } else if (!m_idle.empty() && !m_isWaking) {
+        GiveToIdle(work, guard);
     } else {
         m_queue.push_back({work, Clock::now()});
-        if (m_watching || !WorkWaits())
-            return;
-        m_watching = true;
-        guard.unlock();
-        m_attention.notify_one();
+        CallSupervisor(guard);
     }
+}
+
+/// Lets go of the lock.
+void RkThreadPool::Impl::GiveToIdle(RkRunnable* work, Guard& guard) {
+    RkPoolWorker* worker = m_idle.back();
+    m_idle.pop_back();
+    m_isWaking = true;
+    guard.unlock();
+    if (!worker->Give(work))
+        Dispose(work);
+}
+
+/// Wakes the supervisor where it has something to look after, and lets go of the lock.
+void RkThreadPool::Impl::CallSupervisor(Guard& guard) {
+    const bool isNeeded = !m_watching && WorkWaits();
+    m_watching |= isNeeded;
+    guard.unlock();
+    if (isNeeded)
+        m_attention.notify_one();
+}
+
+/// The worker that was woken has its work: sees to what came meanwhile.
+void RkThreadPool::Impl::WakeNext() {
+    Guard guard(m_lock);
+    m_isWaking = false;
+    if (m_stopped || m_queue.empty())
+        return;
+    if (m_idle.empty())
+        CallSupervisor(guard);
+    else
+        GiveToIdle(TakeFirst(), guard);
 }
 
 RkRunnable* RkThreadPool::Impl::NextFor(RkPoolWorker& worker) {
@@ -175,7 +203,9 @@ RkRunnable* RkThreadPool::Impl::AwaitWork(RkPoolWorker& worker) {
             return nullptr;
         worker.AwaitNews();
     }
-    return worker.Take();
+    RkRunnable* work = worker.Take();
+    WakeNext();
+    return work;
 }
 
 /// Takes an idle worker that the pool can spare off the stack. One that is not there any more has work on its way.
@@ -233,7 +263,7 @@ void RkThreadPool::Impl::Run() {
 
 /// @return whether there is work that no thread is about to take, and room for one more thread
 bool RkThreadPool::Impl::WorkWaits() const {
-    return m_queue.size() > static_cast<std::size_t>(m_starting) && m_total < m_maxSize;
+    return m_idle.empty() && m_queue.size() > static_cast<std::size_t>(m_starting) && m_total < m_maxSize;
 }
 
 /// When the oldest work that no new thread is about to take has waited for too long.
