@@ -360,12 +360,11 @@ std::string RkInetAddress::GetHostByAddr(const RkInetAddress& addr) {
 }
 
 RkInetAddress& RkInetAddress::GetOneAddress(const std::string& name, RkInetAddress& addr, bool v4Only) {
-    RkInetAddress numeric;
-    if (!CheckForNumeric(name, numeric))
+    if (!CheckForNumeric(name, addr))
         return HostnameToIP(name, addr, v4Only);
-    if (v4Only && !numeric.IsV4())
+    if (v4Only && !addr.IsV4())
         throw RkNetworkException(RkMessage("Requested IPv4 but name is IPv6: ", name));
-    return addr = numeric;
+    return addr;
 }
 
 RkInetAddress& RkInetAddress::HostnameToIP(const std::string& hostname, RkInetAddress& addr, bool v4Only) {
