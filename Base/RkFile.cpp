@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "Base/RkException.h"
+#include "Base/RkSigPipeHeldBack.h"
 
 namespace {
 
@@ -46,11 +47,25 @@ int OpenFile(const std::string& path, const char* mode) {
     return handle;
 }
 
+bool IsPipe(int handle) {
+    struct stat status;
+    return ::fstat(handle, &status) == 0 && S_ISFIFO(status.st_mode);
+}
+
+ssize_t WriteOnce(int handle, const char* data, size_t count) {
+    ssize_t taken;
+    do
+        taken = ::write(handle, data, count);
+    while (taken == -1 && errno == EINTR);
+    return taken;
+}
+
 }  // namespace
 
 RkFile::RkFile(const RkPath& path, const char* mode) : m_handle(OpenFile(path.GetText(), mode)) {
     if (m_handle == -1)
         ThrowCannotOpen(path, errno);
+    m_isWritablePipe = OpenFlags(mode) != O_RDONLY && IsPipe(m_handle);
 }
 
 RkFile::~RkFile() { RkFile::Close(); }
@@ -64,10 +79,12 @@ ssize_t RkFile::Read(char* data, size_t count) {
 }
 
 ssize_t RkFile::Write(const char* data, size_t count) {
-    ssize_t taken;
-    do
-        taken = ::write(m_handle, data, count);
-    while (taken == -1 && errno == EINTR);
+    if (!m_isWritablePipe)
+        return WriteOnce(m_handle, data, count);
+    const RkSigPipeHeldBack held;
+    const ssize_t taken = WriteOnce(m_handle, data, count);
+    if (taken == -1)
+        held.TakeBack();
     return taken;
 }
 

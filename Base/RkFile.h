@@ -14,7 +14,7 @@ public:
     RkFile& operator=(const RkFile&) = delete;
 
     ssize_t Read(char* data, size_t count) override;         ///< one read(2)
-    ssize_t Write(const char* data, size_t count) override;  ///< one write(2)
+    ssize_t Write(const char* data, size_t count) override;  ///< one write(2); raises no SIGPIPE
     bool Flush() override;                                   ///< nothing is held back here; true
     void Close() override;                                   ///< a second call does nothing
     long Seek(long offset, int whence) override;
@@ -28,4 +28,5 @@ public:
 
 private:
     int m_handle;
+    bool m_isWritablePipe = false;
 };

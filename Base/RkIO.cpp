@@ -7,7 +7,8 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
+
+#include "Base/RkSigPipeHeldBack.h"
 
 namespace {
 
@@ -37,39 +38,6 @@ int AwaitConnection(SOCKET sock) {
     const int ready = Uninterrupted([&] { return ::poll(&wanted, 1, -1); });
     return ready != -1 && RkIO::IsConnected(sock) ? 0 : -1;
 }
-
-/// Holds SIGPIPE back from the calling thread for a scope, for a call that cannot be told to raise none.
-class SigPipeHeldBack {
-public:
-    SigPipeHeldBack() {
-        ::sigemptyset(&m_pipe);
-        ::sigaddset(&m_pipe, SIGPIPE);
-        ::pthread_sigmask(SIG_BLOCK, &m_pipe, &m_before);
-        m_callersOwn = ::sigismember(&m_before, SIGPIPE) == 1 && IsPending();
-    }
-    ~SigPipeHeldBack() { ::pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
-    SigPipeHeldBack(const SigPipeHeldBack&) = delete;
-    SigPipeHeldBack& operator=(const SigPipeHeldBack&) = delete;
-
-    /// Takes back the signal if a call has raised it; one that was pending before it stays. Keeps errno.
-    void TakeBack() const {
-        const int error = errno;
-        const timespec now{};
-        if (!m_callersOwn)
-            ::sigtimedwait(&m_pipe, nullptr, &now);
-        errno = error;
-    }
-
-private:
-    static bool IsPending() {
-        sigset_t pending;
-        return ::sigpending(&pending) == 0 && ::sigismember(&pending, SIGPIPE) == 1;
-    }
-
-    sigset_t m_pipe;
-    sigset_t m_before;
-    bool m_callersOwn;
-};
 
 }  // namespace
 
@@ -114,7 +82,7 @@ int RkIO::Select(int count, fd_set* readers, fd_set* writers, fd_set* exceptions
 }
 
 ssize_t RkIO::SendFile(SOCKET sock, int file, size_t count) {
-    const SigPipeHeldBack held;
+    const RkSigPipeHeldBack held;
     const ssize_t sent = Uninterrupted([&] { return ::sendfile(sock, file, nullptr, count); });
     if (sent != static_cast<ssize_t>(count))  // the peer may have gone half-way, too
         held.TakeBack();
