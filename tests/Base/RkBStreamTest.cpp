@@ -50,7 +50,7 @@ TEST(RkBStreamTest, SplitsLinesHoweverTheyArrive) {
         {std::string(100, 'x') + "\r\nno terminator\r", {std::string(100, 'x'), "no terminator\r"}},
     };
     for (const auto& [text, lines] : cases)
-        for (const size_t chunk : {1, 2, 1000})
+        for (const size_t chunk : {1U, 2U, 1000U})
             EXPECT_EQ(Scripted({text}, chunk).ReadLines(), lines) << "'" << text << "' in chunks of " << chunk;
 }
 
@@ -92,7 +92,7 @@ TEST(RkBStreamTest, ReadTakesWhatIsBufferedElseReadsTheDeviceOnce) {
 
 TEST(RkBStreamTest, ReadsStringsOfAnExactLength) {
     const std::string sent = std::string(20000, 'a') + std::string(30000, 'b');
-    for (const size_t chunk : {1, 5000, 100000}) {
+    for (const size_t chunk : {1U, 5000U, 100000U}) {
         Scripted peer({"head\n" + sent + "tail"}, chunk);
         EXPECT_TRUE(peer.stream.ReadLine(peer.text, 10) && peer.stream.ReadString(peer.text, sent.size()));
         EXPECT_TRUE(peer.text == sent) << "chunks of " << chunk;
