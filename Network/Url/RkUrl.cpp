@@ -2,18 +2,18 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <string_view>
 
 #include "Network/Network/RkDnsCache.h"
 #include "Network/Network/RkNetwork.h"
+#include "Network/Url/RkPathCleaner.h"
 #include "Network/Url/RkPercentCoding.h"
+#include "Network/Url/RkUrlText.h"
 
 std::atomic<bool> RkUrl::s_enableDnsLookup = true;
 
 namespace {
 
-constexpr std::size_t NPOS = std::string::npos;
 constexpr std::string_view SCHEME_END = "://";
 
 struct Scheme {
@@ -34,83 +34,12 @@ const Scheme* FindScheme(std::string_view name) {
     return found == std::end(SCHEMES) ? nullptr : found;
 }
 
-// The searches of the parser: they end at a NUL in the text.
-
-std::size_t Find(const std::string& text, char c, std::size_t from = 0) {
-    const char* found = std::strchr(text.c_str() + from, c);
-    return found ? static_cast<std::size_t>(found - text.c_str()) : NPOS;
-}
-
 std::size_t FindSchemeEnd(const std::string& text) {
-    std::size_t colon = Find(text, ':');
-    while (colon != NPOS && text.compare(colon, SCHEME_END.size(), SCHEME_END) != 0)
-        colon = Find(text, ':', colon + 1);
+    std::size_t colon = RkUrlText::Find(text, ':');
+    while (colon != std::string::npos && text.compare(colon, SCHEME_END.size(), SCHEME_END) != 0)
+        colon = RkUrlText::Find(text, ':', colon + 1);
     return colon;
 }
-
-/// The part of a text that a search sees.
-std::string_view Searched(const std::string& text) { return text.c_str(); }
-
-std::size_t FindLast(std::string_view searched, char c) {
-    const auto* found = static_cast<const char*>(::memrchr(searched.data(), c, searched.size()));
-    return found ? static_cast<std::size_t>(found - searched.data()) : NPOS;
-}
-
-// Of ASCII, whatever the locale of the process.
-
-bool IsSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
-
-bool IsLetterOrDigit(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9'); }
-
-void Lower(std::string& text) {
-    for (char& c : text)
-        if (c >= 'A' && c <= 'Z')
-            c = static_cast<char>(c + ('a' - 'A'));
-}
-
-/// Erases from the end what is neither letter nor digit, down to one of those or to `stop`. The first character stays,
-/// whatever it is.
-void TrimEnd(std::string& text, char stop = '\0') {
-    std::size_t size = text.size();
-    while (size > 1 && !IsLetterOrDigit(text[size - 1]) && (stop == '\0' || text[size - 1] != stop))
-        --size;
-    text.resize(size);
-}
-
-/// Builds a cleaned path in the room of the path it is made from.
-class PathCleaner {
-public:
-    explicit PathCleaner(char* text) : m_text(text) {}
-
-    void Add(std::string_view segment) {
-        if (segment.empty() || segment == ".")
-            return;
-        if (segment == ".." && CanGoUp())
-            DropLast();
-        else
-            Append(segment);
-    }
-    std::size_t Size() const { return m_size; }
-
-private:
-    std::string_view Kept() const { return {m_text, m_size}; }
-    bool CanGoUp() const { return m_size > 0 && Kept() != ".." && !Kept().ends_with("/.."); }
-
-    void DropLast() {
-        const void* slash = ::memrchr(m_text, '/', m_size);
-        m_size = slash ? static_cast<std::size_t>(static_cast<const char*>(slash) - m_text) : 0;
-    }
-    void Append(std::string_view segment) {
-        if (m_size > 0)
-            m_text[m_size++] = '/';
-        if (m_text + m_size != segment.data())
-            std::memmove(m_text + m_size, segment.data(), segment.size());
-        m_size += segment.size();
-    }
-
-    char* m_text;
-    std::size_t m_size = 0;
-};
 
 }  // namespace
 
@@ -164,7 +93,7 @@ void RkUrl::parseUrl() {
 // A "://" behind a "?" or a "/" belongs to a URL inside this one, whose scheme was left out.
 void RkUrl::isFormattingGood() {
     m_protocol_placeholder = FindSchemeEnd(m_unescapedUrl);
-    m_protocol_segment = m_protocol_placeholder != NPOS && m_protocol_placeholder != 0;
+    m_protocol_segment = m_protocol_placeholder != std::string::npos && m_protocol_placeholder != 0;
     if (!m_protocol_segment)
         return;
     const auto schemeEnd = m_unescapedUrl.begin() + static_cast<std::ptrdiff_t>(m_protocol_placeholder);
@@ -179,12 +108,12 @@ void RkUrl::determineMajorSegments() {
     if (authority == m_unescapedUrl.size())
         return;
     m_hostname_segment = true;
-    m_hostname_placeholder = Find(m_unescapedUrl, '/', authority);
-    if (m_hostname_placeholder == NPOS)
+    m_hostname_placeholder = RkUrlText::Find(m_unescapedUrl, '/', authority);
+    if (m_hostname_placeholder == std::string::npos)
         return;
     m_filename_segment = true;
-    m_anchor_placeholder = Find(m_unescapedUrl, '#', m_hostname_placeholder);
-    m_anchor_segment = m_anchor_placeholder != NPOS;
+    m_anchor_placeholder = RkUrlText::Find(m_unescapedUrl, '#', m_hostname_placeholder);
+    m_anchor_segment = m_anchor_placeholder != std::string::npos;
 }
 
 void RkUrl::getSegments() {
@@ -196,11 +125,11 @@ void RkUrl::getSegments() {
 // White space in front costs the scheme as many characters at its end: callers rely on it (test
 // LeadingWhiteSpaceShortensTheScheme).
 void RkUrl::getProtocolSegment() {
-    const auto first = std::ranges::find_if_not(m_unescapedUrl, IsSpace);
+    const auto first = std::ranges::find_if_not(m_unescapedUrl, RkUrlText::IsSpace);
     const auto spaces = static_cast<std::size_t>(first - m_unescapedUrl.begin());
     if (m_protocol_placeholder > 2 * spaces)
         m_protocol.assign(m_unescapedUrl, spaces, m_protocol_placeholder - 2 * spaces);
-    Lower(m_protocol);
+    RkUrlText::Lower(m_protocol);
 }
 
 void RkUrl::getHostnameSegment() {
@@ -211,9 +140,9 @@ void RkUrl::getHostnameSegment() {
     if (m_hostname.empty())
         return;
     determineMinorSegments();
-    TrimEnd(m_hostname, ']');
+    RkUrlText::TrimEnd(m_hostname, ']');
     stripBrackets();
-    Lower(m_hostname);
+    RkUrlText::Lower(m_hostname);
 }
 
 void RkUrl::determineMinorSegments() {
@@ -224,8 +153,8 @@ void RkUrl::determineMinorSegments() {
 }
 
 void RkUrl::splitUserInfo() {
-    m_userinfo_placeholder = Find(m_hostname, '@');
-    if (m_userinfo_placeholder == NPOS)
+    m_userinfo_placeholder = RkUrlText::Find(m_hostname, '@');
+    if (m_userinfo_placeholder == std::string::npos)
         return;
     m_userinfo_segment = m_userinfo_placeholder > 0;
     m_userinfo.assign(m_hostname, 0, m_userinfo_placeholder);
@@ -234,10 +163,10 @@ void RkUrl::splitUserInfo() {
 
 // An IPv6 address without brackets is split at its first colon.
 void RkUrl::splitPort() {
-    const std::size_t afterBracket = Find(m_hostname, ']') + 1;  // 0 without one
+    const std::size_t afterBracket = RkUrlText::Find(m_hostname, ']') + 1;  // 0 without one
     const bool endsInBracket = afterBracket != 0 && afterBracket == m_hostname.size();
-    m_port_placeholder = endsInBracket ? NPOS : Find(m_hostname, ':', afterBracket);
-    m_port_segment = m_port_placeholder != NPOS;
+    m_port_placeholder = endsInBracket ? std::string::npos : RkUrlText::Find(m_hostname, ':', afterBracket);
+    m_port_segment = m_port_placeholder != std::string::npos;
     if (!m_port_segment)
         return;
     m_portString.assign(m_hostname, m_port_placeholder + 1);
@@ -249,7 +178,7 @@ void RkUrl::splitPort() {
 void RkUrl::getPasswordSegment() {
     if (!m_userinfo_segment)
         return;
-    m_password_placeholder = Find(m_userinfo, ':');
+    m_password_placeholder = RkUrlText::Find(m_userinfo, ':');
     m_password_segment = true;
     m_password.assign(m_userinfo, m_password_placeholder + 1);
     m_userinfo.resize(std::min(m_password_placeholder, m_userinfo.size()));
@@ -258,15 +187,15 @@ void RkUrl::getPasswordSegment() {
 void RkUrl::getPortNumber() {
     if (!m_port_segment || m_portString.empty())
         return;
-    TrimEnd(m_portString);
+    RkUrlText::TrimEnd(m_portString);
     m_port = static_cast<std::int32_t>(std::strtol(m_portString.c_str(), nullptr, 10));
 }
 
 void RkUrl::stripBrackets() {
     if (m_hostname.size() < 2 || m_hostname.back() != ']')
         return;
-    const std::size_t bracket = Find(m_hostname, '[');
-    m_ipv6_hostname = bracket != NPOS;
+    const std::size_t bracket = RkUrlText::Find(m_hostname, '[');
+    m_ipv6_hostname = bracket != std::string::npos;
     if (!m_ipv6_hostname)
         return;
     m_hostname.pop_back();
@@ -291,32 +220,17 @@ void RkUrl::getAnchorSegment() {
     m_filename.resize(m_filename.size() - m_anchor.size() - 1);
 }
 
-void RkUrl::cleanFilename() {
-    const std::size_t pathSize = std::min(Find(m_filename, '?'), m_filename.size());
-    char* const text = m_filename.data();
-    const bool endsInSlash = pathSize > 0 && text[pathSize - 1] == '/';
-    const std::size_t searched = std::min(Searched(m_filename).size(), pathSize);
-    PathCleaner path(text);
-    for (std::size_t at = 0; at <= pathSize;) {
-        const void* slash = at < searched ? std::memchr(text + at, '/', searched - at) : nullptr;
-        const std::size_t end = slash ? static_cast<std::size_t>(static_cast<const char*>(slash) - text) : pathSize;
-        path.Add({text + at, end - at});
-        at = end + 1;
-    }
-    std::size_t size = path.Size();
-    if (endsInSlash && size > 0)
-        text[size++] = '/';
-    m_filename.erase(size, pathSize - size);
-}
+void RkUrl::cleanFilename() { RkPathCleaner::Clean(m_filename); }
 
 void RkUrl::getExtensionSegment() {
-    const std::string_view searched = Searched(m_filename);
-    const std::size_t end = std::min({FindLast(searched, '#'), Find(m_filename, '?'), m_filename.size()});
-    const std::size_t dot = FindLast(searched.substr(0, end), '.');
-    if (dot == NPOS || searched.substr(dot, end - dot).find('/') != NPOS)
+    const std::string_view searched = RkUrlText::Searched(m_filename);
+    const std::size_t end =
+        std::min({RkUrlText::FindLast(searched, '#'), RkUrlText::Find(m_filename, '?'), m_filename.size()});
+    const std::size_t dot = RkUrlText::FindLast(searched.substr(0, end), '.');
+    if (dot == std::string::npos || searched.substr(dot, end - dot).find('/') != std::string::npos)
         return;
     m_extension.assign(m_filename, dot + 1, end - dot - 1);
-    Lower(m_extension);
+    RkUrlText::Lower(m_extension);
 }
 
 void RkUrl::prependToUnescapedUrl(const std::string& text) { m_unescapedUrl.insert(0, text); }

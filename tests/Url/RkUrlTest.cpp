@@ -62,7 +62,7 @@ TEST(RkUrlTest, CleansThePath) {
         "a/c/d.HTML?x=1|html|top ../b/|| ../../d|| || a/b?x=/../y.z|| ?q|| y.gif|gif| ");
     EXPECT_EQ(Each(path, "#top page# a.b#c#d.E a.b/c a. ... a.B?c.d"),
               "||top page#|| a.b|b|c#d.E a.b/c|| a.|| ...|| a.B?c.d|b| ");
-    EXPECT_EQ(path("a%00/../b?c.d"), "a\0/../b?c.d||"s);
+    EXPECT_EQ(path("a%00/../b/?c.d"), "a\0/../b/?c.d||"s);
     EXPECT_EQ(RkUrl("http://h/a/../b"s).getUnescapedUrl(), "http://h/a/../b");
 }
 
