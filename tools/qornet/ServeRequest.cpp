@@ -63,9 +63,9 @@ int ServeRequest::getIntValueForName(const std::string& name) {
 }
 
 RkCgi& ServeRequest::getCgi() {
-    if (!m_cgi)
+    if (!m_cgi && getMethod() == "POST")
         m_cgi = std::make_unique<BodyCgi>(RkHttpRequest::getCgi());
-    return *m_cgi;
+    return m_cgi ? *m_cgi : RkHttpRequest::getCgi();
 }
 
 const char* ServeRequest::GetName(Phase phase) {

@@ -63,7 +63,5 @@ private:
     const RkInetAddress m_peer;
     const Clock::time_point m_accepted = Clock::now();
     std::atomic<Phase> m_phase{Phase::QUEUED};
-    std::atomic<bool> m_late{false};
-    bool m_answered = false;         ///< for the running thread
-    std::unique_ptr<BodyCgi> m_cgi;  ///< made when parameters are asked for; for the running thread
+    std::unique_ptr<BodyCgi> m_cgi;  ///< of a POST only, made when first asked for; for the running thread
 };

@@ -99,7 +99,7 @@ std::vector<ServeServer::Connection> ServeServer::GetConnections() const {
     const Clock::time_point now = Clock::now();
     VisitRequests(*this, [&](ServeRequest& request) {
         const double age = std::chrono::duration<double>(now - request.GetAccepted()).count();
-        connections.push_back({request.GetPeer().ToString(), age, ServeRequest::GetName(request.GetPhase())});
+        connections.push_back({request.GetPeer(), age, ServeRequest::GetName(request.GetPhase())});
     });
     return connections;
 }

@@ -25,7 +25,7 @@ public:
 
     /// What the pages show of one connection.
     struct Connection {
-        std::string peer;
+        RkInetAddress peer;
         double age;  ///< seconds
         const char* phase;
     };

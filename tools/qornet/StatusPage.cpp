@@ -55,14 +55,12 @@ std::string LatencyBelow(const ServeStatistics& statistics, double share) {
 std::string Span(double seconds) {
     std::ostringstream text;
     const auto whole = static_cast<long>(seconds);
-    if (whole >= 86400)
-        text << whole / 86400 << " d ";
-    if (whole >= 3600)
-        text << whole / 3600 % 24 << " h ";
-    if (whole >= 60)
-        text << whole / 60 % 60 << " min ";
-    else
+    if (whole < 60)
         text << std::fixed << std::setprecision(1) << seconds << " s";
+    else if (whole < 3600)
+        text << whole / 60 << " min";
+    else
+        text << whole / 3600 << " h " << whole / 60 % 60 << " min";
     return text.str();
 }
 
@@ -98,9 +96,8 @@ void PrintTiles(std::ostream& out, ServeServer& server) {
     PrintTile(out, "answers", Grouped(statistics.GetAnswers()), Grouped(statistics.GetBytes()) + " bytes of content");
     PrintTile(out, "half of the answers within", LatencyBelow(statistics, 0.5),
               "99 of 100 within " + LatencyBelow(statistics, 0.99));
-    PrintTile(
-        out, "pool threads", std::to_string(total),
-        std::to_string(total - idle) + " busy, " + std::to_string(server.GetQueuedWork()) + " in the queue");
+    PrintTile(out, "pool threads", std::to_string(total),
+              std::to_string(total - idle) + " busy, " + std::to_string(server.GetQueuedWork()) + " in the queue");
     out << "</dl>\n";
 }
 
@@ -130,8 +127,8 @@ void PrintConnections(std::ostream& out, const ServeServer& server) {
     const std::vector<ServeServer::Connection> connections = server.GetConnections();
     out << "<h2>Live connections</h2><table><tr><th>peer</th><th>phase</th><th>age</th></tr>\n";
     for (std::size_t i = 0; i < std::min(connections.size(), MAX_ROWS); ++i)
-        out << "<tr><td>" << EscapeHtml(connections[i].peer) << "</td><td>" << EscapeHtml(connections[i].phase)
-            << "</td><td>" << Span(connections[i].age) << "</td></tr>\n";
+        out << "<tr><td>" << EscapeHtml(connections[i].peer.ToString()) << "</td><td>"
+            << EscapeHtml(connections[i].phase) << "</td><td>" << Span(connections[i].age) << "</td></tr>\n";
     out << "</table>\n";
     if (connections.size() > MAX_ROWS)
         out << "<p>and " << connections.size() - MAX_ROWS << " more</p>\n";
