@@ -25,6 +25,11 @@ public:
         Bind(200);
         Start();
     }
+    ~HelloServer() override {  // threads of the pool call virtual operations as long as they run
+        Stop();
+        RkThread::WaitForThread(this);
+        StopThreadPool();
+    }
 };
 
 }  // namespace

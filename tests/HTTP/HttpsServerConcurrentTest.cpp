@@ -32,6 +32,11 @@ public:
         Bind(1000);
         Start();
     }
+    ~HttpsServer() override {
+        Stop();
+        RkThread::WaitForThread(this);
+        StopThreadPool();
+    }
 };
 
 }  // namespace

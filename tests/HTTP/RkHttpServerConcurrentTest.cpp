@@ -37,6 +37,11 @@ public:
         Bind(1000);
         Start();
     }
+    ~TestHttpServer() override {
+        Stop();
+        RkThread::WaitForThread(this);
+        StopThreadPool();
+    }
     RkUInt16 Port() const { return GetLocalAddress().GetPort(); }
     RkHttpRequestMap& Map() { return GetRequestMap(); }
     void Handle(const std::string& name, LambdaHandler::Work work) {
