@@ -93,6 +93,7 @@ void RkHttpRequestUtils::parseRequest(const std::deque<std::string>& request) {
 
 /// @return whether method and target were understood; if not, the method is empty
 bool RkHttpRequestUtils::TakeRequestLine(const std::string& line) {
+    m_requestLine = line;
     const size_t methodEnd = std::min(line.find(' '), line.size());
     m_requestMethod.assign(line, 0, methodEnd);
     if (!IsKnownMethod(m_requestMethod)) {

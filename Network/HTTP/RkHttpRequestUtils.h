@@ -26,6 +26,9 @@ public:
     /// @return "GET", "POST" or "HEAD"; empty when the request line was not understood
     virtual std::string getMethod() const;
 
+    /// @return the first line of a request's head as it came, understood or not; empty when there was none
+    const std::string& getRequestLine() const { return m_requestLine; }
+
     /// @return the path of the target, percent-decoded, each "../" in it replaced by "___"; empty when there is none. May
     ///         hold any byte, NUL included.
     virtual std::string getRequestedFilename() const;
@@ -78,6 +81,7 @@ private:
     bool TakeRequestLine(const std::string& line);
 
     std::map<std::string, std::string> m_headers;  ///< names in lower case
+    std::string m_requestLine;
     std::string m_requestMethod;
     std::string m_requestedFile;
     int m_statusCode = 0;

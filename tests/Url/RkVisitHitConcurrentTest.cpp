@@ -20,6 +20,8 @@ void Report(unsigned long, unsigned long, void* context) {
 }
 
 TEST(RkVisitHitConcurrentTest, CountsExactlyWhileACallBackComesAndGoes) {
+    reported = reportedLate = 0;
+    RkVisitHit::ClearLastVisit();  // of an earlier repetition
     std::atomic<long> visits{0}, hits{0}, contextHits{0};
     std::latch begin(THREADS);
     std::vector<std::jthread> threads;

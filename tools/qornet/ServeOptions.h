@@ -16,6 +16,7 @@ struct ServeOptions {
     double drain = 1;        ///< seconds that running answers get at the end
     std::string certFile;    ///< PEM; empty: plain HTTP
     std::string keyFile;     ///< PEM; empty exactly if certFile is
+    std::string accessLog;   ///< file; empty: none
     std::string portFile;    ///< empty: none
     kstr::diag::RkLevel log = kstr::diag::LV_WARN;
 };

@@ -29,7 +29,8 @@ ServeServer::ServeServer(const RkInetAddress& address, RkTcpSocketFactory* facto
                          const ServeOptions& options)
     : RkHttpServer(NotStarted{}, address, factory, root, options.timeout),
       m_options(options),
-      m_requests(root, m_statistics),
+      m_accessLog(options.accessLog.empty() ? nullptr : std::make_unique<AccessLog>(options.accessLog)),
+      m_requests(root, m_statistics, m_accessLog.get()),
       m_peers(options.maxPeer) {
     AddPages();
     if (options.maxHeadTime > 0)

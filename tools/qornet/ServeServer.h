@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "AccessLog.h"
 #include "HeadReaper.h"
 #include "Network/HTTP/RkHttpServer.h"
 #include "PeerLimit.h"
@@ -46,6 +47,7 @@ public:
     ServeRequestMap& GetRequests() { return m_requests; }
     ServeStatistics& GetStatistics() { return m_statistics; }
     PeerLimit& GetPeerLimit() { return m_peers; }
+    AccessLog* GetAccessLog() { return m_accessLog.get(); }  ///< null when there is none
 
     double GetUptime() const;  ///< seconds
     std::vector<Connection> GetConnections() const;
@@ -59,6 +61,7 @@ private:
     const ServeOptions m_options;
     const Clock::time_point m_started = Clock::now();
     ServeStatistics m_statistics;
+    const std::unique_ptr<AccessLog> m_accessLog;
     ServeRequestMap m_requests;
     PeerLimit m_peers;
     std::atomic<bool> m_draining{false};

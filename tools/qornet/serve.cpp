@@ -64,7 +64,7 @@ std::unique_ptr<RkTcpSocketFactory> SocketFactory(const ServeOptions& options) {
 void Serve(const ServeOptions& options) {
     RaiseDescriptorLimit();
     kstr::diag::RkLogger::setLevel("", options.log);
-    StopSignals signals;
+    StopSignals signals = options.accessLog.empty() ? StopSignals() : StopSignals({SIGHUP});
     const RkInetAddress address = Endpoint(options);
     const std::string root = DocumentRoot(options.root);
     ServeServer server(address, SocketFactory(options).release(), root, options);
@@ -75,7 +75,8 @@ void Serve(const ServeOptions& options) {
     server.Start();
     std::cout << "listening on " << (options.certFile.empty() ? "http://" : "https://") << listening << '/'
               << std::endl;
-    signals.Wait();
+    while (signals.Wait() == SIGHUP)
+        server.GetAccessLog()->Reopen();
     server.Stop();
 }
 
@@ -124,6 +125,9 @@ void AddServe(CLI::App& app) {
     command->add_option("--root", options->root, "Folder to serve")->capture_default_str();
     AddLimits(*command, *options);
     AddCredentials(*command, *options);
+    command->add_option(
+        "--access-log", options->accessLog,
+        "File to which a line in the combined log format is added for each request; SIGHUP opens it anew");
     command->add_option("--port-file", options->portFile, "File that the port is written to once the server listens");
     AddLogLevel(*command, *options);
     command->footer("Besides files: /status (HTML), /status.txt, /metrics (Prometheus), /echo.");
