@@ -84,15 +84,15 @@ TEST_F(RkThreadPoolTest, TakesWorkInTheOrderOfItsArrival) {
 
 TEST_F(RkThreadPoolTest, GivesBlockedWorkThreadsUpToTheMaximum) {
     for (int startSize : {0, 1, 4}) {
-        Make(100, startSize);
-        Block(100);
+        Make(40, startSize);
+        Block(40);
         Do([](RkEvent&) {});
-        EXPECT_EQ(m_pool->GetTotal(), 100);
+        EXPECT_EQ(m_pool->GetTotal(), 40);
         EXPECT_EQ(m_pool->GetIdle(), 0);
         EXPECT_EQ(m_pool->GetQueued(), 1);
     }
     m_pool.reset();
-    EXPECT_EQ(m_runs, 300);
+    EXPECT_EQ(m_runs, 120);
     EXPECT_EQ(m_living, 0);
 }
 
@@ -142,18 +142,18 @@ TEST_F(RkThreadPoolTest, ShrinksToItsStartSizeAndGrowsAgain) {
 }
 
 TEST_F(RkThreadPoolTest, StopReachesWhatRunsAndDropsWhatIsQueued) {
-    Make(200, 4);
-    Block(200);
+    Make(100, 4);
+    Block(100);
     for (int i = 0; i < 10; ++i)
         Do([](RkEvent&) {});
     m_pool->Stop();
-    EXPECT_EQ(m_runs, 200);
-    EXPECT_EQ(m_stops, 200);
+    EXPECT_EQ(m_runs, 100);
+    EXPECT_EQ(m_stops, 100);
     EXPECT_EQ(m_living, 0);
     EXPECT_EQ(m_pool->GetTotal(), 0);
     Do([](RkEvent&) {});
     EXPECT_EQ(m_living, 0);
-    EXPECT_EQ(m_runs, 200);
+    EXPECT_EQ(m_runs, 100);
 }
 
 TEST_F(RkThreadPoolTest, NeverDeletesWhatItDoesNotOwn) {
