@@ -20,6 +20,7 @@ public:
         if (m_shared)
             m_shared->Take();
     }
+    RkSmartPointer(RkSmartPointer&& other) noexcept : m_shared(std::exchange(other.m_shared, nullptr)) {}
     RkSmartPointer& operator=(RkSmartPointer other) noexcept {
         std::swap(m_shared, other.m_shared);
         return *this;

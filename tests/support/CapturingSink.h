@@ -1,10 +1,9 @@
 #pragma once
 
-#include <algorithm>
-#include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Diag/RkLogger.h"
@@ -21,14 +20,11 @@ public:
     void write(const kstr::diag::RkLogRecord& record) override {
         const std::lock_guard guard(m_lock);
         m_records.push_back({record.level, record.logger, record.message});
-        m_changed.notify_all();
     }
-
     std::vector<Record> Records() const {
         const std::lock_guard guard(m_lock);
         return m_records;
     }
-
     /// The messages alone, in the order in which they came.
     std::vector<std::string> Messages() const {
         std::vector<std::string> messages;
@@ -36,21 +32,6 @@ public:
             messages.push_back(record.message);
         return messages;
     }
-
-    bool Has(const std::string& message) const {
-        const auto messages = Messages();
-        return std::find(messages.begin(), messages.end(), message) != messages.end();
-    }
-
-    /// Waits until a line with this message came.
-    void WaitFor(const std::string& message) {
-        std::unique_lock guard(m_lock);
-        m_changed.wait(guard, [&] {
-            return std::any_of(m_records.begin(), m_records.end(),
-                               [&](const Record& r) { return r.message == message; });
-        });
-    }
-
     void Clear() {
         const std::lock_guard guard(m_lock);
         m_records.clear();
@@ -58,7 +39,6 @@ public:
 
 private:
     mutable std::mutex m_lock;  ///< guards m_records
-    std::condition_variable m_changed;
     std::vector<Record> m_records;
 };
 
@@ -66,8 +46,8 @@ private:
 /// root's usual level again.
 class LogCapture {
 public:
-    explicit LogCapture(kstr::diag::RkLevel level = kstr::diag::LV_ALL, const std::string& name = "")
-        : m_name(name), m_sink(std::make_shared<CapturingSink>()) {
+    explicit LogCapture(kstr::diag::RkLevel level = kstr::diag::LV_ALL, std::string name = "")
+        : m_name(std::move(name)) {
         kstr::diag::RkLogger::setSink(m_sink);
         kstr::diag::RkLogger::setLevel(m_name, level);
     }
@@ -82,5 +62,5 @@ public:
 
 private:
     const std::string m_name;
-    const std::shared_ptr<CapturingSink> m_sink;
+    const std::shared_ptr<CapturingSink> m_sink = std::make_shared<CapturingSink>();
 };
