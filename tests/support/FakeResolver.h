@@ -37,7 +37,6 @@ public:
     // For the replacements.
     std::vector<std::string> Forward(const std::string& name);
     std::string Reverse(const std::string& address);
-    static FakeResolver* Active();
 
 private:
     void Note(const std::string& nameOrAddress);
@@ -45,6 +44,6 @@ private:
     mutable std::mutex m_lock;  ///< guards all below
     std::map<std::string, std::vector<std::string>> m_forward;
     std::map<std::string, std::string> m_reverse;
-    std::map<std::string, int> m_lookups;
+    std::vector<std::string> m_lookups;
     Hook m_hook;
 };

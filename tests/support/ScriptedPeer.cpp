@@ -4,44 +4,38 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <cstdio>
-#include <cstdlib>
+#include <stdexcept>
 #include <utility>
 
 namespace {
 
-[[noreturn]] void Die(const char* call) {
-    std::perror(call);
-    std::abort();
+int Checked(int result, const char* call) {
+    if (result == -1)
+        throw std::runtime_error(call);
+    return result;
 }
 
-int TcpSocket() {
-    const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    return fd == -1 ? (Die("socket"), -1) : fd;
-}
+int TcpSocket() { return Checked(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0), "socket"); }
 
-int Bound() {
+int BoundToLoopback() {
     const int fd = TcpSocket();
     sockaddr_in any{};
     any.sin_family = AF_INET;
     any.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    if (::bind(fd, reinterpret_cast<sockaddr*>(&any), sizeof any) == -1)
-        Die("bind");
+    Checked(::bind(fd, reinterpret_cast<sockaddr*>(&any), sizeof any), "bind");
     return fd;
 }
 
 int Listening(int backlog) {
-    const int fd = Bound();
-    if (::listen(fd, backlog) == -1)
-        Die("listen");
+    const int fd = BoundToLoopback();
+    Checked(::listen(fd, backlog), "listen");
     return fd;
 }
 
 sockaddr_in NameOf(int fd) {
     sockaddr_in name{};
     socklen_t length = sizeof name;
-    if (::getsockname(fd, reinterpret_cast<sockaddr*>(&name), &length) == -1)
-        Die("getsockname");
+    Checked(::getsockname(fd, reinterpret_cast<sockaddr*>(&name), &length), "getsockname");
     return name;
 }
 
@@ -60,12 +54,8 @@ std::string ScriptedPeer::Connection::Read() {
 
 std::string ScriptedPeer::Connection::ReadUntil(const std::string& end) {
     std::string text;
-    while (text.find(end) == std::string::npos) {
-        const std::string more = Read();
-        if (more.empty())
-            break;
+    for (std::string more; text.find(end) == std::string::npos && !(more = Read()).empty();)
         text += more;
-    }
     return text;
 }
 
@@ -79,7 +69,7 @@ std::string ScriptedPeer::Connection::ReadAll() {
 void ScriptedPeer::Connection::Write(const std::string& text) {
     for (std::size_t sent = 0; sent < text.size();) {
         const ssize_t count = ::send(m_fd, text.data() + sent, text.size() - sent, MSG_NOSIGNAL);
-        if (count <= 0)
+        if (count < 0)
             return;
         sent += static_cast<std::size_t>(count);
     }
@@ -87,22 +77,9 @@ void ScriptedPeer::Connection::Write(const std::string& text) {
 
 void ScriptedPeer::Connection::ShutdownWrite() { ::shutdown(m_fd, SHUT_WR); }
 
-void ScriptedPeer::Connection::Close() {
-    const std::lock_guard guard(m_lock);
-    if (m_fd != -1)
-        ::close(std::exchange(m_fd, -1));
-}
-
 void ScriptedPeer::Connection::Reset() {
     const linger atOnce{1, 0};
     ::setsockopt(m_fd, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
-    Close();
-}
-
-void ScriptedPeer::Connection::Wake() {
-    const std::lock_guard guard(m_lock);
-    if (m_fd != -1)
-        ::shutdown(m_fd, SHUT_RDWR);
 }
 
 ScriptedPeer::ScriptedPeer(Script script)
@@ -114,8 +91,7 @@ ScriptedPeer::~ScriptedPeer() {
     {
         const std::lock_guard guard(m_lock);
         m_stopping = true;
-        if (m_current)
-            m_current->Wake();
+        ::shutdown(m_current, SHUT_RDWR);
     }
     ::shutdown(m_listener, SHUT_RDWR);  // ends a waiting accept
     m_thread.join();
@@ -124,26 +100,24 @@ ScriptedPeer::~ScriptedPeer() {
 
 void ScriptedPeer::Run() {
     for (int fd; (fd = ::accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC)) != -1;) {
+        SetCurrent(fd);
         Connection connection(fd);
-        {
-            const std::lock_guard guard(m_lock);
-            m_current = &connection;
-            if (m_stopping)
-                connection.Wake();
-        }
         m_script(connection);
-        {
-            const std::lock_guard guard(m_lock);
-            m_current = nullptr;
-        }
-        connection.Close();
+        SetCurrent(-1);
+        ::close(fd);
     }
+}
+
+void ScriptedPeer::SetCurrent(int fd) {
+    const std::lock_guard guard(m_lock);
+    m_current = fd;
+    if (m_stopping)
+        ::shutdown(fd, SHUT_RDWR);
 }
 
 StuckListener::StuckListener() : m_listener(Listening(0)), m_address(AddressOf(m_listener)), m_filler(TcpSocket()) {
     const sockaddr_in name = NameOf(m_listener);
-    if (::connect(m_filler, reinterpret_cast<const sockaddr*>(&name), sizeof name) == -1)
-        Die("connect");
+    Checked(::connect(m_filler, reinterpret_cast<const sockaddr*>(&name), sizeof name), "connect");
 }
 
 StuckListener::~StuckListener() {
@@ -152,7 +126,7 @@ StuckListener::~StuckListener() {
 }
 
 RkInetAddress UnusedAddress() {
-    const int fd = Bound();
+    const int fd = BoundToLoopback();
     const RkInetAddress address = AddressOf(fd);
     ::close(fd);
     return address;

@@ -10,29 +10,22 @@
 #include "Network/Network/RkInetAddress.h"
 
 /// Listens on 127.0.0.1, on a port that the system chose, and runs the script for each connection, one after another, until
-/// it is destroyed; whatever the script waits for on the connection ends then.
+/// it is destroyed; whatever the script waits for on the connection ends then. A connection is closed after its script.
 class ScriptedPeer {
 public:
     class Connection {
     public:
         explicit Connection(int fd) : m_fd(fd) {}
-        Connection(const Connection&) = delete;
-        Connection& operator=(const Connection&) = delete;
 
         std::string Read();                             ///< one receive; empty at the end or after an error
         std::string ReadUntil(const std::string& end);  ///< up to and with `end` at least, or to the end of the stream
         std::string ReadAll();
         void Write(const std::string& text);  ///< all of it, or until the other end is gone
         void ShutdownWrite();                 ///< the other end sees the end of the stream
-        void Close();                         ///< in order; follows by itself after the script
-        void Reset();                         ///< the other end sees an error
+        void Reset();                         ///< makes the close after the script an error for the other end
 
     private:
-        friend class ScriptedPeer;
-        void Wake();
-
-        std::mutex m_lock;  ///< guards m_fd against a close while it is woken
-        int m_fd;
+        const int m_fd;
     };
     using Script = std::function<void(Connection&)>;
 
@@ -44,12 +37,13 @@ public:
 
 private:
     void Run();
+    void SetCurrent(int fd);
 
     const Script m_script;
     const int m_listener;
-    RkInetAddress m_address;
-    std::mutex m_lock;                ///< guards the next two
-    Connection* m_current = nullptr;  ///< the one whose script runs
+    const RkInetAddress m_address;
+    std::mutex m_lock;   ///< guards the next two
+    int m_current = -1;  ///< the connection whose script runs
     bool m_stopping = false;
     std::thread m_thread;
 };
@@ -66,8 +60,8 @@ public:
 
 private:
     const int m_listener;
-    RkInetAddress m_address;
-    int m_filler;  ///< takes the only place in the queue
+    const RkInetAddress m_address;
+    const int m_filler;  ///< takes the only place in the queue
 };
 
 /// An address of 127.0.0.1 at which nobody listened a moment ago.
