@@ -94,11 +94,7 @@ void SSLContext::UsePrivateKey(const EVPKey& key) {
     m_shared = m_shared->With("key " + AddressOf(key.Get()), [&apply] { return Setting{apply}; });
 }
 
-bool SSLContext::CheckPrivateKey() const {
-    const bool match = SSL_CTX_check_private_key(m_shared->Get()) == 1;
-    OpenSSLErrors::Clear();
-    return match;
-}
+bool SSLContext::CheckPrivateKey() const { return m_shared->HasMatchingKey(); }
 
 void SSLContext::SetVerify(int mode, int (*callback)(int, X509StoreContext*)) {
     m_verification->mode = mode;

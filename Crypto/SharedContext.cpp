@@ -65,6 +65,8 @@ SharedContext::SharedContext(std::string key, std::vector<Setting> settings)
     : m_key(std::move(key)), m_settings(std::move(settings)), m_context(MakeContext(), &SSL_CTX_free) {
     for (const Setting& setting : m_settings)
         setting.apply(m_context.get());
+    m_hasMatchingKey = SSL_CTX_check_private_key(m_context.get()) == 1;
+    OpenSSLErrors::Clear();
 }
 
 ContextPtr SharedContext::Start() {

@@ -32,6 +32,9 @@ public:
     /// Throws BasicException when the setting does not apply; this context stays good.
     std::shared_ptr<const SharedContext> With(const std::string& text, const std::function<Setting()>& make) const;
 
+    /// @return whether there are a certificate and a key and the two belong together
+    bool HasMatchingKey() const { return m_hasMatchingKey; }
+
     /// For SSL_new and for looking; must not be changed.
     SSL_CTX* Get() const { return m_context.get(); }
 
@@ -41,6 +44,7 @@ private:
     std::string m_key;
     std::vector<Setting> m_settings;
     std::shared_ptr<SSL_CTX> m_context;
+    bool m_hasMatchingKey = false;
 };
 
 }  // namespace kstr::Crypto

@@ -33,6 +33,11 @@ public:
         Bind(200);
         Start();
     }
+    ~TestHttpServer() override {
+        Stop();
+        RkThread::WaitForThread(this);
+        StopThreadPool();
+    }
     RkUInt16 Port() const { return GetLocalAddress().GetPort(); }
 };
 
