@@ -1,0 +1,164 @@
+#include <gmock/gmock.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <thread>
+
+#include "Network/Network/RkUdpSocket.h"
+#include "tests/support/ChildProcess.h"
+#include "tests/support/TempDir.h"
+#include "tests/support/TestClient.h"
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+namespace {
+
+Finished Qornet(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), QORNET_PATH);
+    return RunProgram(std::move(arguments));
+}
+
+std::vector<std::string> Lines(const std::string& path) {
+    std::ifstream file(path);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(file, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+/// One line of a log at so many seconds after a full minute.
+std::string Line(const std::string& who, const std::string& seconds, const std::string& request,
+                 const std::string& tail = "") {
+    return who + " [10/Oct/2000:13:55:" + seconds + " -0700] \"" + request + "\" 200 2326" + tail + "\n";
+}
+
+class VisitsTest : public ::testing::Test {
+protected:
+    Finished Count(const std::string& log, std::vector<std::string> options = {}) {
+        std::ofstream(m_log) << log;
+        options.insert(options.begin(), "visits");
+        options.push_back(m_log);
+        return Qornet(std::move(options));
+    }
+    const TempDir m_dir;
+    const std::string m_log = m_dir / "log";
+};
+
+TEST_F(VisitsTest, CountsByUserOrElseByClient) {
+    const std::string log = Line("1.2.3.4 - alice", "00", "GET / HTTP/1.0") +
+                            Line("1.2.3.4 - Alice", "03", "GET /a.gif HTTP/1.0", " \"r\" \"a \\\"quoted\\\" agent\"") +
+                            Line("1.2.3.4 - -", "04", "GET /a.gif") +
+                            Line("5.6.7.8 - alice", "05", "GET /b%2egif?x=.html HTTP/1.1", " \"-\" \"-\" extra\r") +
+                            Line("1.2.3.4 - -", "15", "GET /a.gif HTTP/1.0");
+    const Finished ran = Count(log);
+    EXPECT_EQ(ran.output,
+              "user\tvisits\thits\thits/visit\n1.2.3.4\t2\t0\t0.00\nalice\t1\t2\t2.00\ntotal\t3\t2\t0.67\n");
+    EXPECT_THAT(ran.errors, IsEmpty());
+    EXPECT_THAT(Count(log, {"--delay", "20"}).output, HasSubstr("1.2.3.4\t1\t1\t1.00\n"));
+}
+
+TEST_F(VisitsTest, ReadsTimesWithTheirZone) {
+    const std::string head = "1.2.3.4 - - [", tail = "] \"GET /a.gif HTTP/1.0\" 200 1\n";
+    const std::string log = head + "31/Dec/1999:23:59:58 +0000" + tail + head + "01/Jan/2000:02:30:02 +0230" + tail;
+    EXPECT_THAT(Count(log).output, HasSubstr("total\t1\t1\t1.00\n"));
+}
+
+TEST_F(VisitsTest, TellsWhatDoesNotParse) {
+    const std::string good = Line("h - u", "00", "GET / HTTP/1.0");
+    const std::string bad[] = {
+        "",
+        "garbage",
+        Line("h - u", "00", "-"),
+        Line("h - u", "61", "GET / HTTP/1.0"),
+        Line("h - u", "0x", "GET / HTTP/1.0"),
+        "h - u [31/Feb/2000:13:55:36 -0700] \"GET / HTTP/1.0\" 200 1",
+        "h - u [10/Xyz/2000:13:55:36 -0700] \"GET / HTTP/1.0\" 200 1",
+        "h - u [10/Oct/2000:13:55:36 -0700] \"GET / HTTP/1.0\" 2000 1",
+        "h - u [10/Oct/2000:13:55:36 -0700] \"GET / HTTP/1.0\" 200 1h - u [10/Oct/2000",  // two lines in one
+        "h - u [10/Oct/2000:13:55:36 -0700] \"GET / HTTP/1.0\" 200 1 \"torn",
+        "h - u [10/Oct/2000:13:55:36 -0700] \"GET / HTTP/1.0\\\" 200 1",
+        std::string(3'000'000, 'x'),
+    };
+    for (const std::string& line : bad) {
+        const Finished ran = Count(good + line + (line.ends_with('\n') ? "" : "\n") + good);
+        EXPECT_THAT(ran.output, HasSubstr("total\t2\t0\t0.00\n")) << line.substr(0, 100);
+        EXPECT_THAT(ran.errors, HasSubstr("1 line(s) are no requests")) << line.substr(0, 100);
+        EXPECT_THAT(ran.errors, HasSubstr("the first is line 2\n"));
+        EXPECT_EQ(ran.status, 0);
+    }
+}
+
+TEST(VisitsCommandTest, FailsWithAWord) {
+    const Finished missing = Qornet({"visits", "/nonexistent"});
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_THAT(missing.errors, HasSubstr("'/nonexistent'"));
+    EXPECT_EQ(Qornet({"visits", "/"}).status, 1);
+    EXPECT_EQ(Qornet({"visits", "--delay", "-1"}).status, 2);
+}
+
+TEST(DirectoryCommandTest, PrintsTheParts) {
+    EXPECT_EQ(Qornet({"directory", "LDAP://srv DC=A, DC=b/j"}).output,
+              "type: LDAP\nserver: srv\ndomain: DC=A, DC=b\nwithin: DC=A,DC=b\nwithin: DC=b\nend: j\n"
+              "key: ldap://dc=a, dc=b/j\n");
+}
+
+TEST(RangeCommandTest, TestsAddressesAgainstRangesAndFiles) {
+    const TempDir dir;
+    std::ofstream(dir / "ranges") << "# ours\r\n\n10.0.0.0/8\r\n::1\n";
+    EXPECT_EQ(Qornet({"range", "1.2.3.4/24"}).output, "range: 1.2.3.4-1.2.3.255\n");
+    EXPECT_EQ(Qornet({"range", dir / "ranges", "10.1.2.3", "11.0.0.1", "::1"}).output,
+              "10.1.2.3: in\n11.0.0.1: out\n::1: in\n");
+    std::ofstream(dir / "ranges") << "1.2.3.4\n1.2.3.4/x\n";
+    const Finished bad = Qornet({"range", dir / "ranges"});
+    EXPECT_EQ(bad.status, 1);
+    EXPECT_THAT(bad.errors, HasSubstr("ranges:2: '1.2.3.4/x' has a prefix length that is no number"));
+    EXPECT_THAT(Qornet({"range", "2.0.0.0-1.0.0.0"}).errors, HasSubstr("Start of range is larger than end of range"));
+}
+
+TEST(AccessLogTest, WritesAWholeLineForEachRequestAndGoesOnInANewFile) {
+    const TempDir dir;
+    const std::string log = dir / "log";
+    ChildProcess server({QORNET_PATH, "serve", "--port", "0", "--root", dir / "", "--access-log", log});
+    const std::string line = server.ReadLine();
+    const auto port = static_cast<std::uint16_t>(std::stoi(line.substr(line.rfind(':') + 1)));
+    {
+        std::vector<std::jthread> clients;
+        for (int i = 0; i < 4; ++i)
+            clients.emplace_back([&] {
+                for (int n = 0; n < 50; ++n)
+                    Ask(port, "GET /a\"\\\x01?q HTTP/1.0\r\nReferer: r\r\nUser-Agent: t\xe9st\r\n\r\n");
+            });
+    }
+    const std::regex whole(R"(127\.0\.0\.1 - - \[\d\d/\w{3}/\d{4}:\d\d:\d\d:\d\d [+-]\d{4}\] )"
+                           R"("GET /a\\"\\\\\\x01\?q HTTP/1\.0" 404 \d+ "r" "t\\xe9st")");
+    const auto lines = Lines(log);
+    EXPECT_EQ(lines.size(), 200u);
+    for (const auto& one : lines)
+        EXPECT_TRUE(std::regex_match(one, whole)) << one;
+    std::filesystem::rename(log, log + ".1");
+    server.Signal(SIGHUP);
+    while (!std::filesystem::exists(log)) {}
+    while (Lines(log).empty())
+        Ask(port, "GET / HTTP/1.0\r\n\r\n");
+    server.Signal(SIGTERM);
+    EXPECT_EQ(server.Wait(), 0);
+}
+
+TEST(EchoUdpTest, SendsBackWhatItGetsAndStopsCleanly) {
+    ChildProcess server({QORNET_PATH, "echo", "udp"});
+    const std::string line = server.ReadLine();
+    const auto port = static_cast<RkUInt16>(std::stoi(line.substr(line.rfind(':') + 1)));
+    RkUdpSocket client(RkInetAddress("127.0.0.1", 0), RkInetAddress("127.0.0.1", port));
+    client.Write("hello", 5);
+    char answer[16];
+    EXPECT_EQ(client.Read(answer, sizeof answer, RkTimePeriod(0, 0, 0, 20)), 5);
+    client.Close();
+    server.Signal(SIGINT);
+    EXPECT_EQ(server.Wait(), 0);
+    EXPECT_EQ(Qornet({"echo", "udp", "--address", "192.0.2.1"}).status, 1);
+}
+
+}  // namespace
