@@ -25,11 +25,7 @@ public:
         Bind(200);
         Start();
     }
-    ~HelloServer() override {  // threads of the pool call virtual operations as long as they run
-        Stop();
-        RkThread::WaitForThread(this);
-        StopThreadPool();
-    }
+    ~HelloServer() override { StopAndJoin(); }
 };
 
 }  // namespace

@@ -21,11 +21,7 @@ RkHttpServer::RkHttpServer(NotStarted, const RkInetAddress& inetAddr, RkTcpSocke
     : RkTcpServer(inetAddr, 0, pSockFactory, 0), m_map(rootPath), m_timeout(timeout) {}
 
 // Requests use the map until the last pool thread is through, also when one of them has stopped the server.
-RkHttpServer::~RkHttpServer() {
-    RkTcpServer::Stop();
-    WaitForThread(this);
-    RkTcpServer::StopThreadPool();
-}
+RkHttpServer::~RkHttpServer() { StopAndJoin(); }
 
 RkTcpConnection* RkHttpServer::CreateConnection(RkTcpSocket* socket) {
     return new RkHttpRequest(socket, m_map, nullptr, m_timeout);

@@ -43,8 +43,7 @@ protected:
     struct NotStarted {};
 
     /// For subclasses that override what the server's thread calls: does not start it. The subclass calls Start at the end of
-    /// its own constructor, or lets its caller do so; and in its destructor first Stop, RkThread::WaitForThread(this) and
-    /// StopThreadPool.
+    /// its own constructor, or lets its caller do so; and StopAndJoin at the start of its destructor.
     RkHttpServer(NotStarted, const RkInetAddress& inetAddr, RkTcpSocketFactory* pSockFactory,
                  const std::string& rootPath, unsigned int timeout);
 

@@ -58,9 +58,12 @@ RkTcpServer::RkTcpServer(const RkInetAddress& address, int timeout, const PoolAr
       m_factory(factory ? factory : new RkTcpSocketFactory),
       m_askedPort(address.GetPort()) {}
 
-RkTcpServer::~RkTcpServer() {
+RkTcpServer::~RkTcpServer() { StopAndJoin(); }
+
+void RkTcpServer::StopAndJoin() {
     Shutdown();
-    m_pool.Stop();  // a connection that called Stop was left to finish by itself
+    WaitForThread(this);  // when another thread was first to shut it down
+    m_pool.Stop();        // a connection that called Stop was left to finish by itself
 }
 
 void RkTcpServer::Run() {

@@ -33,8 +33,8 @@ class RkTcpConnection;
 /// Threads: the server's own one runs Run, CreateConnection and ValidConnection; pool threads run the connections; Stop,
 /// PrintSelf, HandleInspection and the accessors may be called from any. Bind and Open are for the time before Start.
 ///
-/// A subclass calls Stop, RkThread::WaitForThread(this) and StopThreadPool, in this order, first in its own destructor:
-/// until then the server's thread and the connections call its virtual operations and use its members.
+/// A subclass calls StopAndJoin first in its own destructor: until then the server's thread and the connections call its
+/// virtual operations and use its members.
 class QOR_NETWORK_EXPORT RkTcpServer : public RkThread, public RkPrintSelf, public kstr::diag::RkInspectable {
 public:
     /// @param address            where to listen; port 0 lets the system choose (GetLocalAddress tells)
@@ -147,6 +147,11 @@ public:
     /// What a stopped server leaves behind, in words for a trace: whether all connections are gone. The server itself
     /// writes it nowhere.
     std::string GetClosingReport() const;
+
+protected:
+    /// Calls Stop and waits for the server's thread and the pool's: after it no other thread works with this object. For
+    /// destructors, so not for a connection's own thread; only the first call stops.
+    void StopAndJoin();
 
 private:
     /// The live connections; key and value are the same.

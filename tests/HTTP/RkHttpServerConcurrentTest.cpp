@@ -37,11 +37,7 @@ public:
         Bind(1000);
         Start();
     }
-    ~TestHttpServer() override {
-        Stop();
-        RkThread::WaitForThread(this);
-        StopThreadPool();
-    }
+    ~TestHttpServer() override { StopAndJoin(); }
     RkUInt16 Port() const { return GetLocalAddress().GetPort(); }
     RkHttpRequestMap& Map() { return GetRequestMap(); }
     void Handle(const std::string& name, LambdaHandler::Work work) {

@@ -33,11 +33,7 @@ public:
         Bind(200);
         Start();
     }
-    ~TestHttpServer() override {
-        Stop();
-        RkThread::WaitForThread(this);
-        StopThreadPool();
-    }
+    ~TestHttpServer() override { StopAndJoin(); }
     RkUInt16 Port() const { return GetLocalAddress().GetPort(); }
 };
 

@@ -49,11 +49,7 @@ class TestServer : public RkTcpServer {
 public:
     explicit TestServer(RkUInt16 port = 0, int timeout = 0)
         : RkTcpServer(RkInetAddress("127.0.0.1", port), timeout, 10, 0, true, RkTimePeriod(), nullptr, nullptr) {}
-    ~TestServer() override {
-        Stop();
-        WaitForThread(this);
-        StopThreadPool();
-    }
+    ~TestServer() override { StopAndJoin(); }
     RkTcpConnection* CreateConnection(RkTcpSocket* socket) override { return create(socket); }
     bool ValidConnection(RkTcpSocket& socket) override { return valid(socket); }
 

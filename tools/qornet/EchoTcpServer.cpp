@@ -43,10 +43,6 @@ private:
 
 }  // namespace
 
-EchoTcpServer::~EchoTcpServer() {
-    Stop();
-    RkThread::WaitForThread(this);
-    StopThreadPool();
-}
+EchoTcpServer::~EchoTcpServer() { StopAndJoin(); }
 
 RkTcpConnection* EchoTcpServer::CreateConnection(RkTcpSocket* socket) { return new Connection(socket); }

@@ -37,11 +37,7 @@ ServeServer::ServeServer(const RkInetAddress& address, RkTcpSocketFactory* facto
         m_reaper = std::make_unique<HeadReaper>([this](Clock::time_point now) { return EndLateHeads(now); });
 }
 
-ServeServer::~ServeServer() {
-    Stop();
-    RkThread::WaitForThread(this);
-    StopThreadPool();
-}
+ServeServer::~ServeServer() { StopAndJoin(); }
 
 void ServeServer::AddPages() {
     m_requests.addHandler("/status", new StatusPage(*this));
