@@ -70,7 +70,7 @@ SharedContext::SharedContext(std::string key, std::vector<Setting> settings)
 }
 
 ContextPtr SharedContext::Start() {
-    static const ContextPtr start(new SharedContext({}, {}));
+    static const ContextPtr& start = *new ContextPtr(new SharedContext({}, {}));  // never destroyed, as Memory
     return start;
 }
 

@@ -4,7 +4,6 @@
 #include <openssl/err.h>
 
 #include <cerrno>
-#include <memory>
 
 #include "Base/RkIO.h"
 #include "Crypto/OpenSSLErrors.h"
@@ -67,8 +66,8 @@ BIO_METHOD* MakeMethod() {
 }  // namespace
 
 BIO* SocketBIO::Create(int handle) {
-    static const std::unique_ptr<BIO_METHOD, decltype(&BIO_meth_free)> method(MakeMethod(), &BIO_meth_free);
-    BIO* const bio = OpenSSLErrors::Require(BIO_new(method.get()), "unable to create transport");
+    static BIO_METHOD* const method = MakeMethod();  // for as long as any thread may use a session
+    BIO* const bio = OpenSSLErrors::Require(BIO_new(method), "unable to create transport");
     BIO_set_data(bio, reinterpret_cast<void*>(static_cast<std::intptr_t>(handle)));
     BIO_set_init(bio, 1);
     return bio;
