@@ -34,12 +34,12 @@ RkUInt16 ParsePort(const char* text) { return static_cast<RkUInt16>(std::strtol(
 
 /// The forms 'address', 'address:port' and a bare IPv6 address.
 bool SplitPlain(const std::string& text, Endpoint& endpoint) {
-    endpoint.address = text;
     const auto colon = text.rfind(':');
-    if (colon == std::string::npos)
+    const bool hasPort = colon != std::string::npos && (colon == 0 || text.rfind(':', colon - 1) == std::string::npos);
+    if (!hasPort) {
+        endpoint.address = text;
         return true;
-    if (colon != 0 && text.rfind(':', colon - 1) != std::string::npos)
-        return true;
+    }
     if (colon + 1 == text.size())
         return false;
     endpoint.port = ParsePort(text.c_str() + colon + 1);
@@ -240,9 +240,8 @@ bool RkInetAddress::SetNumeric(const char* text) {
 bool RkInetAddress::SeparateAddrStringAndPort(const std::string& instr, std::string& addrstr, RkUInt16& port) {
     Endpoint endpoint;
     const bool wellFormed = Split(instr, endpoint);
-    std::string address(wellFormed ? endpoint.address : std::string_view());  // `addrstr` may be `instr`
-    addrstr.swap(address);
-    port = wellFormed ? endpoint.port : RkUInt16{0};
+    addrstr = std::string(endpoint.address);  // by a copy: `addrstr` may be `instr`
+    port = endpoint.port;
     return wellFormed;
 }
 
@@ -360,11 +359,12 @@ std::string RkInetAddress::GetHostByAddr(const RkInetAddress& addr) {
 }
 
 RkInetAddress& RkInetAddress::GetOneAddress(const std::string& name, RkInetAddress& addr, bool v4Only) {
-    if (!CheckForNumeric(name, addr))
+    RkInetAddress numeric;
+    if (!CheckForNumeric(name, numeric))
         return HostnameToIP(name, addr, v4Only);
-    if (v4Only && !addr.IsV4())
+    if (v4Only && !numeric.IsV4())
         throw RkNetworkException(RkMessage("Requested IPv4 but name is IPv6: ", name));
-    return addr;
+    return addr = numeric;
 }
 
 RkInetAddress& RkInetAddress::HostnameToIP(const std::string& hostname, RkInetAddress& addr, bool v4Only) {
