@@ -2,7 +2,7 @@
 
 BUILD_PACKAGES="g++ cmake ninja-build ccache libssl-dev libcurl4-openssl-dev libboost-dev libboost-thread-dev
     libspdlog-dev libcli11-dev"
-TEST_PACKAGES="libgtest-dev libgmock-dev openssl curl python3 clang-format-14 pkg-config prometheus"
+TEST_PACKAGES="libgtest-dev libgmock-dev openssl curl python3 clang-format-14 pkg-config prometheus dnsmasq-base"
 FUZZ_PACKAGES="clang-14 libclang-rt-14-dev"
 
 need_packages() {
