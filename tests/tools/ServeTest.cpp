@@ -148,7 +148,8 @@ TEST_F(ServeTest, SaysWhenItsPortIsTakenAndWritesTheOneItGot) {
     std::string port;
     file >> port;
     EXPECT_EQ(port, std::to_string(m_port));
-    const Finished second = RunProgram({QORNET_PATH, "serve", "--root", m_root, "--port", port});
+    const Finished second =
+        RunProgram({QORNET_PATH, "serve", "--root", "/nonexistent", "--root", m_root, "--port", port});
     EXPECT_EQ(second.status, 1);
     EXPECT_EQ(second.errors, "qornet: cannot listen on 127.0.0.1:" + port +
                                  ": Address already in use; choose another --port (0 picks a free one) or --address\n");

@@ -120,6 +120,7 @@ void AddLogLevel(CLI::App& command, ServeOptions& options) {
 void AddServe(CLI::App& app) {
     auto options = std::make_shared<ServeOptions>();
     CLI::App* command = app.add_subcommand("serve", "Serve a folder over HTTP until SIGINT or SIGTERM");
+    command->option_defaults()->take_last();  // so that `./run --root FOLDER` overrides what ./run says itself
     command->add_option("--address", options->address, "IPv4 address or name to listen on")->capture_default_str();
     command->add_option("--port", options->port, "Port to listen on (0: any free one)")->capture_default_str();
     command->add_option("--root", options->root, "Folder to serve")->capture_default_str();
