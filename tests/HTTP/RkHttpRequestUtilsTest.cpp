@@ -2,32 +2,24 @@
 
 #include <gtest/gtest.h>
 
-#include <stdexcept>
-
 #include "Base/RkStringDevice.h"
 #include "tests/support/ScriptedDevice.h"
 
 namespace {
 
-RkHttpRequestUtils ReadRequest(std::string text) {
+RkHttpRequestUtils Read(std::string text,
+                        void (RkHttpRequestUtils::*how)(RkBStream&) = &RkHttpRequestUtils::ReadRequestHeader) {
     RkStringDevice device(text);
     RkBStream stream(device);
     RkHttpRequestUtils head;
-    head.ReadRequestHeader(stream);
+    (head.*how)(stream);
     return head;
 }
 
-RkHttpRequestUtils ReadResponse(std::string text) {
-    RkStringDevice device(text);
-    RkBStream stream(device);
-    RkHttpRequestUtils head;
-    head.ReadResponseHeader(stream);
-    return head;
-}
+RkHttpRequestUtils ReadResponse(const std::string& text) { return Read(text, &RkHttpRequestUtils::ReadResponseHeader); }
 
 /// A device that ends with an exception.
-class ThrowingDevice : public ScriptedDevice {
-public:
+struct ThrowingDevice : ScriptedDevice {
     using ScriptedDevice::ScriptedDevice;
     ssize_t Read(char* data, size_t count) override {
         const ssize_t got = ScriptedDevice::Read(data, count);
@@ -41,24 +33,20 @@ TEST(RkHttpRequestUtilsTest, UnderstandsRequestLines) {
     const struct {
         const char *line, *method, *file, *query;
     } cases[] = {
-        {"GET / HTTP/1.0", "GET", "/", ""},
         {"POST /f", "POST", "/f", ""},
         {"HEAD /a%20b+c.html HTTP/1.0", "HEAD", "/a b c.html", ""},
-        {"GET /cgi?x=1&y=2 HTTP/1.0", "GET", "/cgi", "x=1&y=2"},
+        {"GET /cgi?x=1&y=?2 HTTP/1.0", "GET", "/cgi", "x=1&y=?2"},
         {"GET /cgi? HTTP/1.0", "GET", "/cgi", ""},
         {"GET /cgi?", "GET", "/cgi", ""},
-        {"GET /a?b=?c z", "GET", "/a", "b=?c"},
         {"GET /../../etc/passwd HTTP/1.0", "GET", "/______etc/passwd", ""},
         {"GET /%2e%2e%2f.../x", "GET", "/___.___x", ""},  // decoded first; any "../" counts
         {"GET", "", "", ""},
         {"GET  /two-blanks", "", "", ""},
-        {"GET ?x=1 HTTP/1.0", "", "", ""},
         {"get / HTTP/1.0", "", "", ""},
-        {"PUT / HTTP/1.0", "", "", ""},
         {" GET / HTTP/1.0", "", "", ""},
     };
     for (const auto& c : cases) {
-        RkHttpRequestUtils head = ReadRequest(std::string(c.line) + "\r\nX: y\r\n\r\n");
+        RkHttpRequestUtils head = Read(std::string(c.line) + "\r\nX: y\r\n\r\n");
         EXPECT_EQ(head.getMethod(), c.method) << c.line;
         EXPECT_EQ(head.getRequestedFilename(), c.file) << c.line;
         EXPECT_EQ(head.getCgi().createCgiString(false, false, false, false), c.query) << c.line;
@@ -67,68 +55,43 @@ TEST(RkHttpRequestUtilsTest, UnderstandsRequestLines) {
 }
 
 TEST(RkHttpRequestUtilsTest, FieldsAreFoundInAnyCaseAndJoined) {
-    const struct {
-        const char *lines, *name, *value;
-    } cases[] = {
-        {"Accept: a\r\naccept:b", "ACCEPT", "a;b"},
-        {"Empty:\r\nEmpty:  \t\r\nEmpty: x", "empty", "x"},
-        {"No colon", "no colon", ""},
-        {" \tInner Blank : v w \t", "inner blank ", "v w \t"},
-        {"Time: 12:30", "time", "12:30"},
-        {": nameless", "", "nameless"},
-        {"\xc4: \xff", "\xc4", "\xff"},  // only ASCII is lower-cased
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(ReadRequest("GET /\r\n" + std::string(c.lines) + "\r\n\r\n").getHeader(c.name), c.value) << c.lines;
+    const RkHttpRequestUtils head =
+        Read("GET /\r\nAccept: a\r\naccept:b\r\nE:\r\ne:  \t\r\nE: x:y\r\nNo colon\r\n \tIn ner : v \t\r\n\r\nZ: z");
+    const std::pair<const char*, const char*> cases[] = {
+        {"ACCEPT", "a;b"}, {"e", "x:y"}, {"no colon", ""}, {"in ner ", "v \t"}, {"z", ""}};
+    for (const auto& [name, value] : cases)
+        EXPECT_EQ(head.getHeader(name), value) << name;
 }
 
 TEST(RkHttpRequestUtilsTest, NumbersAreHeldToTheRangeOfInt) {
-    const struct {
-        const char* value;
-        int number;
-    } cases[] = {
-        {"12abc", 12}, {"-7", -7}, {"x", 0}, {"4294967297", 2147483647}, {"-99999999999999999999", -2147483647 - 1}};
-    for (const auto& c : cases)
-        EXPECT_EQ(
-            ReadRequest("GET /\nContent-Length: " + std::string(c.value) + "\n\n").getIntValueForName("content-length"),
-            c.number);
-    EXPECT_EQ(ReadRequest("GET /\n\n").getIntValueForName("content-length"), 0);
+    const std::pair<const char*, int> cases[] = {
+        {"12abc", 12}, {"-7", -7}, {"x", 0}, {"", 0}, {"4294967297", 2147483647}};
+    for (const auto& [value, number] : cases)
+        EXPECT_EQ(Read("GET /\nContent-Length: " + std::string(value) + "\n\n").getIntValueForName("content-length"),
+                  number);
 }
 
 TEST(RkHttpRequestUtilsTest, StatusCodeStandsRightAfterTheWord) {
-    const struct {
-        const char* line;
-        int status;
-    } cases[] = {
-        {"HTTP 404 Not Found", 404},
-        {"HTTP/1.1 404 Not Found", 0},  // the version stands there
-        {"http/200", 200},
-        {"xx HtTp:5034 ", 5034},
-        {"HTTP 20", 0},
-        {"200 OK", 0},
-        {"HTTP 123456789", 12345678},  // eight characters from a word at the start
-        {"", 0},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(ReadResponse(std::string(c.line) + "\r\n\r\n").getStatusCode(), c.status) << c.line;
-}
-
-TEST(RkHttpRequestUtilsTest, ResponseFieldsAreReadUpToTheEmptyLine) {
-    const RkHttpRequestUtils head = ReadResponse("HTTP 200 OK: fine\r\nA: 1\r\n\r\nB: 2\r\n");
-    EXPECT_EQ(head.getHeader("a"), "1");
-    EXPECT_EQ(head.getHeader("b"), "");
-    EXPECT_EQ(head.getHeader("http 200 ok"), "fine");
+    const std::pair<const char*, int> cases[] = {{"HTTP 404 Not Found", 404},
+                                                 {"HTTP/1.1 404 Not Found", 0},
+                                                 {"xx HtTp:5034 ", 5034},
+                                                 {"HTTP 20", 0},
+                                                 {"200 OK", 0},
+                                                 {"HTTP 123456789", 12345678},
+                                                 {"", 0}};
+    for (const auto& [line, status] : cases)
+        EXPECT_EQ(ReadResponse(std::string(line) + "\r\nA: 1\r\n\r\n").getStatusCode(), status) << line;
+    EXPECT_EQ(ReadResponse("HTTP 200: x\r\nA: 1\r\n\r\n").getHeader("a"), "1");
 }
 
 TEST(RkHttpRequestUtilsTest, EndOfTheStreamEndsAHeadAndAnExceptionSpoilsARequest) {
-    EXPECT_EQ(ReadRequest("GET /cut HTTP/1.0\r\nA: 1").getHeader("a"), "1");
+    EXPECT_EQ(Read("GET /cut HTTP/1.0\r\nA: 1").getHeader("a"), "1");
     ThrowingDevice requestDevice({"GET /cut HTTP/1.0\r\n"}), responseDevice({"HTTP 200\r\nA: 1\r\nB"});
     RkBStream request(requestDevice), response(responseDevice);
     RkHttpRequestUtils head;
     head.ReadRequestHeader(request);
     EXPECT_EQ(head.getMethod(), "");
     head.ReadResponseHeader(response);
-    EXPECT_EQ(head.getStatusCode(), 200);
     EXPECT_EQ(head.getHeader("a"), "1");
 }
 
@@ -137,9 +100,9 @@ TEST(RkHttpRequestUtilsTest, HeadIsKeptUpToOneMebibyteAndLinesUpTo128Kibibytes) 
     std::string head = start;
     for (char c = 'a'; c < 'a' + 17; ++c)
         head += std::string(1, c) + ": " + half + "\r\n";
-    for (const RkHttpRequestUtils& read : {ReadRequest(head), ReadResponse(head)}) {
+    for (const RkHttpRequestUtils& read : {Read(head), ReadResponse(head)}) {
         EXPECT_EQ(read.getHeader("o").size(), half.size());
         EXPECT_EQ(read.getHeader("p"), "");  // would make more than a MiB with the first line
     }
-    EXPECT_EQ(ReadRequest(start + "A: 1\r\nB: " + longLine + "\r\nC: 3\r\n\r\n").getHeader("c"), "");
+    EXPECT_EQ(Read(start + "A: 1\r\nB: " + longLine + "\r\nC: 3\r\n\r\n").getHeader("c"), "");
 }

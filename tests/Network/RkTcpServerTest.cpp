@@ -8,9 +8,7 @@
 #include <functional>
 #include <latch>
 #include <sstream>
-#include <string_view>
 
-#include "Base/RkException.h"
 #include "Diag/RkInspector.h"
 #include "Network/Network/RkTcpConnection.h"
 #include "tests/support/CapturingSink.h"
@@ -19,7 +17,6 @@
 using kstr::diag::LV_ERROR;
 using kstr::diag::LV_INFO;
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 using ::testing::MatchesRegex;
 
 namespace {
@@ -27,14 +24,14 @@ namespace {
 /// Says "hi", does what the test wants, and closes.
 class Greeting : public RkTcpConnection {
 public:
-    explicit Greeting(RkTcpSocket* socket, std::function<void()> work = {})
-        : m_socket(socket), m_work(std::move(work)) {}
+    explicit Greeting(
+        RkTcpSocket* socket, std::function<void()> work = [] {})
+        : m_socket(socket), m_work(work) {}
     ~Greeting() override { LeaveServer(); }
 
     void Run() override {
         m_socket->WriteExactly("hi", 2);
-        if (m_work)
-            m_work();
+        m_work();
         m_socket->Close();
     }
     void Stop() override { m_socket->Wake(); }
@@ -63,15 +60,7 @@ public:
     std::function<bool(RkTcpSocket&)> valid = [](RkTcpSocket&) { return true; };
 };
 
-std::string Print(RkTcpServer& server, int level) {
-    std::ostringstream text;
-    server.PrintSelf(text, static_cast<PrintSelfLevel>(level));
-    std::string printed = text.str();
-    constexpr std::string_view pattern = "2000-01-01 00:00:00";
-    return printed.replace(printed.find("Time: ") + 6, pattern.size(), "NOW");
-}
-
-std::string LoggerName(RkUInt16 port) { return "Qor.Network.Network.RkTcpServer.Port " + std::to_string(port); }
+const std::string LOGGER = "Qor.Network.Network.RkTcpServer.Port ";
 
 }  // namespace
 
@@ -81,73 +70,45 @@ TEST(RkTcpServerTest, ServerThatBindsItselfLogsUnderThePortItGot) {
     server.Stop();
     server.Run();
     EXPECT_THAT(log->Messages(), ElementsAre("Server thread started", "Server thread stopping, connections = 0"));
-    EXPECT_THAT(log->Records()[0].logger, MatchesRegex("Qor.Network.Network.RkTcpServer.Port [1-9][0-9]+"));
-}
-
-TEST(RkTcpServerTest, TellsTheLogOfEachStepOfAConnection) {
-    const LogCapture log;
-    TestServer server;
-    std::latch gone(1);
-    server.create = [&](RkTcpSocket* socket) {
-        struct Leaving : Greeting {
-            Leaving(RkTcpSocket* sock, std::latch& left) : Greeting(sock), m_left(left) {}
-            ~Leaving() override { LeaveServer(), m_left.count_down(); }
-            std::latch& m_left;
-        };
-        return new Leaving(socket, gone);
-    };
-    const RkUInt16 port = server.Listen();
-    EXPECT_EQ(TestClient(port).ReadAll(), "hi");
-    gone.wait();
-    server.Stop();
-    EXPECT_THAT(log->Messages(), ElementsAre("Server thread started", "After CreateSocket", "After Accept",
-                                             "Connection accepted", "Server thread stopping, connections = 0"));
-    EXPECT_EQ(log->Records().back().logger, LoggerName(port));
+    EXPECT_THAT(log->Records()[0].logger, MatchesRegex(LOGGER + "[1-9][0-9]+"));
     EXPECT_STREQ(server.GetState(), "shutdown");
     EXPECT_EQ(server.GetClosingReport(), "server thread shutdown complete\r\n");
 }
 
 TEST(RkTcpServerTest, FailedBindIsToldUnderThePortAskedForAndPostsNoEnd) {
     TestServer first;
-    first.Bind(5);
+    RkInetAddress bound("127.0.0.1", 0), other("127.0.0.2", 1);
+    first.Bind(bound, 5);
+    first.Bind(other, 5);  // it is bound already
     const RkUInt16 port = first.GetLocalAddress().GetPort();
     const LogCapture log(LV_INFO);
     TestServer second(port, 50);
     ::testing::internal::CaptureStderr();
     second.Run();
     EXPECT_EQ(::testing::internal::GetCapturedStderr(), "TCPServer failed to bind to port: Bind failed: 98\n");
-    const CapturingSink::Record started{LV_INFO, LoggerName(port), "Server thread started"};
-    const CapturingSink::Record failed{LV_ERROR, LoggerName(port), "Failed to bind to port"};
+    const CapturingSink::Record started{LV_INFO, LOGGER + std::to_string(port), "Server thread started"};
+    const CapturingSink::Record failed{LV_ERROR, started.logger, "Failed to bind to port"};
     EXPECT_THAT(log->Records(), ElementsAre(started, failed));
     const auto before = std::chrono::steady_clock::now();
     second.Stop();
     EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(50));
 }
 
-TEST(RkTcpServerTest, BindsOnlyOnce) {
-    TestServer server;
-    RkInetAddress wanted("127.0.0.2", 0), other("127.0.0.1", 1);
-    server.Bind(wanted, 5);
-    const RkInetAddress bound = server.GetLocalAddress();
-    server.Bind(other, 5);
-    server.Stop();
-    server.Bind(5);
-    EXPECT_EQ(server.GetLocalAddress(), bound);
-    EXPECT_TRUE(RkInetAddress::EqualNoPort(bound, wanted));
-}
-
 TEST(RkTcpServerTest, CountsWhomItServedAndWhomItRefused) {
+    const LogCapture log;
     TestServer server;
     int clients = 0;
-    server.valid = [&](RkTcpSocket&) { return ++clients != 2; };
+    server.valid = [&](RkTcpSocket&) { return ++clients != 1; };
     const RkUInt16 port = server.Listen();
-    EXPECT_EQ(TestClient(port).ReadAll(), "hi");
     EXPECT_EQ(TestClient(port).ReadAll(), "");
     server.create = [](RkTcpSocket* socket) { return socket->Close(), delete socket, nullptr; };
     EXPECT_EQ(TestClient(port).ReadAll(), "");
     server.Stop();
-    EXPECT_EQ(server.GetAcceptedCount(), 2u);
+    EXPECT_EQ(server.GetAcceptedCount(), 1u);
     EXPECT_EQ(server.GetInvalidCount(), 1u);
+    EXPECT_THAT(log->Messages(),
+                ElementsAre("Server thread started", "After CreateSocket", "After Accept", "After CreateSocket",
+                            "After Accept", "Connection accepted", "Server thread stopping, connections = 0"));
 }
 
 TEST(RkTcpServerTest, PrintsAsMuchAsTheLevelSays) {
@@ -157,20 +118,24 @@ TEST(RkTcpServerTest, PrintsAsMuchAsTheLevelSays) {
     const std::string state = "address: 127.0.0.1:" + std::to_string(server.GetLocalAddress().GetPort()) +
                               " state - init\r\n\r\ntotal threads: 0\r\nidle threads: 0\r\n"
                               "total accepted connections: 0\r\ntotal invalid connection attempts: 0\r\n\r\n";
-    const struct {
-        int level;
-        std::string text;
-    } cases[] = {{-1, ""}, {0, ""}, {1, state}, {2, state}, {3, "connections:\n\r\n" + state}, {4, ""}};
-    for (const auto& c : cases)
-        EXPECT_EQ(Print(server, c.level), rule + "TARNTcpServer - PrintSelf - Level: " + std::to_string(c.level) +
-                                              "\r\nTime: NOW\r\n" + rule + "\r\n" + c.text + "\r\n")
-            << "level " << c.level;
+    const std::pair<int, std::string> cases[] = {
+        {-1, ""}, {0, ""}, {1, state}, {2, state}, {3, "connections:\n\r\n" + state}, {4, ""}};
+    for (const auto& [level, text] : cases) {
+        std::ostringstream printed;
+        server.PrintSelf(printed, static_cast<PrintSelfLevel>(level));
+        std::string seen = printed.str();
+        seen.replace(seen.find("Time: ") + 6, 19, "NOW");
+        EXPECT_EQ(seen, rule + "TARNTcpServer - PrintSelf - Level: " + std::to_string(level) + "\r\nTime: NOW\r\n" +
+                            rule + "\r\n" + text + "\r\n");
+    }
 }
 
 TEST(RkTcpServerTest, InspectionReportsTheConnectionsToo) {
     struct : kstr::diag::RkInspector {
-        void reportMultiLineValue(const std::string& k, const std::string& t) override { key = k, text = t; }
-        std::string key, text;
+        void reportMultiLineValue(const std::string& key, const std::string& text) override {
+            all += key + ": " + text;
+        }
+        std::string all;
     } inspector;
     TestServer server;
     std::latch seen(1);
@@ -179,12 +144,11 @@ TEST(RkTcpServerTest, InspectionReportsTheConnectionsToo) {
     EXPECT_EQ(client.Read(2), "hi");
     server.HandleInspection(inspector);
     EXPECT_EQ(server.GetConnectionCount(), 1u);
-    seen.count_down();
-    EXPECT_EQ(inspector.key, "TARNTcpServer");
-    EXPECT_THAT(inspector.text, HasSubstr("connections:\n  greeting 3\r\n\r\naddress: "));
     Greeting(nullptr).HandleInspection(inspector);
-    EXPECT_EQ(inspector.key, "TARNTcpConnection");
-    EXPECT_EQ(inspector.text, "greeting 3\r\n");
+    seen.count_down();
+    EXPECT_THAT(inspector.all,
+                MatchesRegex(
+                    "TARNTcpServer: .*connections:\n  greeting 3\r\n\r\naddress: .*TARNTcpConnection: greeting 3\r\n"));
 }
 
 TEST(RkTcpServerTest, ExceptionOfTheSubclassLosesTheSocketAndServingGoesOn) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+#include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -20,6 +22,7 @@ public:
     void write(const kstr::diag::RkLogRecord& record) override {
         const std::lock_guard guard(m_lock);
         m_records.push_back({record.level, record.logger, record.message});
+        m_changed.notify_all();
     }
     std::vector<Record> Records() const {
         const std::lock_guard guard(m_lock);
@@ -32,6 +35,12 @@ public:
             messages.push_back(record.message);
         return messages;
     }
+    /// Waits until a line with this message came.
+    void WaitFor(const std::string& message) {
+        const auto same = [&](const Record& record) { return record.message == message; };
+        std::unique_lock guard(m_lock);
+        m_changed.wait(guard, [&] { return std::any_of(m_records.begin(), m_records.end(), same); });
+    }
     void Clear() {
         const std::lock_guard guard(m_lock);
         m_records.clear();
@@ -39,6 +48,7 @@ public:
 
 private:
     mutable std::mutex m_lock;  ///< guards m_records
+    std::condition_variable m_changed;
     std::vector<Record> m_records;
 };
 
