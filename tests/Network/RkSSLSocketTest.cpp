@@ -70,8 +70,9 @@ TEST_F(RkSSLSocketTest, TheAddressAloneIsNotEnough) {
     const std::string text = "unable to load certificate file or private key file. |";
     EXPECT_EQ(Failure([] { RkSSLSocket(RkInetAddress(), true); }), text);
     EXPECT_EQ(Failure([] { RkSSLTimeoutSocket(RkInetAddress(), SECOND, SECOND, SECOND, true); }), text);
-    EXPECT_TRUE(
-        m_log->Has("Failing certificate or private key file read.  Unable to load certificate or private key file."));
+    const std::string line =
+        "Failing certificate or private key file read.  Unable to load certificate or private key file.";
+    EXPECT_THAT(m_log->Messages(), ElementsAre(line, line));
 }
 
 TEST_F(RkSSLSocketTest, CredentialsThatDoNotLoadOrMatchThrow) {
