@@ -93,9 +93,6 @@ TYPED_TEST(RkUdpSocketTest, ResetBindsTheSameAddressAnew) {
 TYPED_TEST(RkUdpSocketTest, RefusesToSendToIPv6) {
     Owned<TypeParam> socket;
     EXPECT_THROW(socket.WriteTo(RkInetAddress("::1", 9), "x", 1), RkNetworkException);
-    EXPECT_TRUE(socket.Flush());
-    EXPECT_EQ(socket.close(), 0);
-    EXPECT_TRUE(socket.IsOpen());
 }
 
 TEST(RkUdpBroadcastSocketTest, ReachesEveryListenerOfItsNetwork) {

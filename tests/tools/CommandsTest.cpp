@@ -31,6 +31,10 @@ TEST(CommandsTest, PrintsOneFieldALine) {
          "url: http://u:p@H:81/a/../b.HTML?x#top\ndecoded: http://u:p@H:81/a/../b.HTML?x#top\nprotocol: http\n"
          "user: u\npassword: p\nhost: h\nport: 81\ndefault port: 80\nfile: b.HTML?x\nextension: html\nanchor: top\n"
          "service: 2\n"},
+        {{"directory", "LDAP://srv DC=A, DC=b/j"},
+         "type: LDAP\nserver: srv\ndomain: DC=A, DC=b\nwithin: DC=A,DC=b\nwithin: DC=b\nend: j\n"
+         "key: ldap://dc=a, dc=b/j\n"},
+        {{"range", "1.2.3.4/24"}, "range: 1.2.3.4-1.2.3.255\n"},
         {{"resolve", "--v4", "localhost", "localhost"},
          "localhost: 127.0.0.1\nlocalhost: 127.0.0.1\nforward hits: 1\nreverse hits: 0\n"},
     };
@@ -55,6 +59,11 @@ TEST(CommandsTest, TellsWhatWasWrongAndHow) {
         {{"serve", "--drain", "-1"}, 2, "--drain"},
         {{"serve", "--log", "loud"}, 2, "--log"},
         {{"serve", "--nonsense"}, 2, "--nonsense"},
+        {{"visits", "/nonexistent"}, 1, "'/nonexistent'"},
+        {{"visits", "/"}, 1, "cannot read"},
+        {{"visits", "--delay", "-1"}, 2, "--delay"},
+        {{"range", "2.0.0.0-1.0.0.0"}, 1, "Start of range is larger than end of range"},
+        {{"echo", "udp", "--address", "192.0.2.1"}, 1, "192.0.2.1"},
         {{"serve", "--port", "0", "--root", "/nonexistent"}, 1, "--root"},
         {{"serve", "--port", "0", "--address", "::1"}, 1, "--address"},
         {{"serve", "--port", "0", "--port-file", "/nonexistent/port"}, 1, "--port-file"},
