@@ -4,7 +4,6 @@
 
 #include <functional>
 #include <latch>
-#include <regex>
 #include <semaphore>
 #include <sstream>
 #include <stdexcept>
@@ -16,6 +15,7 @@
 
 using testing::AllOf;
 using testing::HasSubstr;
+using testing::MatchesRegex;
 using testing::StartsWith;
 
 namespace {
@@ -216,13 +216,13 @@ TEST(RkUdpServerTest, PrintsItsStateByLevel) {
     const std::string rule(70, '-');
     const std::string state = "address: 127\\.0\\.0\\.1:" + std::to_string(server.GetLocalAddress().GetPort()) +
                               " state - (waiting for|reading) message\r\n\r\n"
-                              "total threads: \\d+\r\nidle threads: \\d+\r\n\r\n";
+                              "total threads: [0-9]+\r\nidle threads: [0-9]+\r\n\r\n";
     const std::string list = "connections:\n  a datagram at 3\r\n\r\n";
     const std::string bodies[] = {"", state, state, list + state, ""};
     for (int level = 0; level < 5; ++level) {
         const std::string expected = rule + "\r\nTARNUdpServer - PrintSelf - Level: " + std::to_string(level) +
                                      "\r\nTime: [-0-9: ]{19}\r\n" + rule + "\r\n\r\n" + bodies[level] + "\r\n";
-        EXPECT_TRUE(std::regex_match(server.Print(level), std::regex(expected))) << server.Print(level);
+        EXPECT_THAT(server.Print(level), MatchesRegex(expected));
     }
     printed.count_down();
 }

@@ -1,5 +1,6 @@
 #include "LineReader.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -25,7 +26,7 @@ bool LineReader::Next(std::string_view& line) {
 
 /// Moves the rest to the front and reads more behind it. @return false at the end
 bool LineReader::Refill() {
-    std::memmove(m_buffer.data(), m_rest.data(), m_rest.size());
+    std::copy(m_rest.begin(), m_rest.end(), m_buffer.begin());
     const std::size_t came = std::fread(m_buffer.data() + m_rest.size(), 1, LONGEST - m_rest.size(), m_file);
     if (std::ferror(m_file))
         throw CommandFailed(std::string("cannot read: ") + std::strerror(errno));
