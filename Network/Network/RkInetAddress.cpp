@@ -47,15 +47,16 @@ bool SplitPlain(const std::string& text, Endpoint& endpoint) {
     return true;
 }
 
-/// The forms '[address]' and '[address]:port'; what stands before the bracket does not matter.
+/// The forms '[address]' and '[address]:port'; what stands before the bracket does not matter, nor what follows it in a text
+/// without any colon.
 bool SplitBracketed(const std::string& text, std::size_t open, Endpoint& endpoint) {
     const auto close = text.find(']', open);
     if (close == std::string::npos)
         return false;
     endpoint.address = std::string_view(text).substr(open + 1, close - open - 1);
-    if (close + 1 == text.size())
-        return true;
     const auto colon = text.rfind(':');
+    if (close + 1 == text.size() || colon == std::string::npos)
+        return true;
     if (colon != close + 1 || colon + 1 == text.size())
         return false;
     endpoint.port = ParsePort(text.c_str() + colon + 1);

@@ -17,9 +17,11 @@
 /// failures are RkNetworkExceptions.
 class QOR_NETWORK_EXPORT RkInetAddress {
 public:
+    using Inet6Address = in6_addr;
+
     struct InetAddress {
         union {
-            in6_addr u_in6;
+            Inet6Address u_in6;
             in_addr u_in4;  ///< the first four bytes; the only ones that mean something for IPv4
         } inet_u;
     };

@@ -35,7 +35,10 @@ void RkSocket::Close() {
     SetHandle(-1);
 }
 
-RkInetAddress RkSocket::GetLocalAddress() { return AddressFrom(&::getsockname, m_sock); }
+RkInetAddress RkSocket::GetLocalAddress() {
+    const RkSemLock lock(m_closeLock);  // a server's PrintSelf calls it from another thread
+    return AddressFrom(&::getsockname, m_sock);
+}
 
 RkInetAddress RkSocket::GetRemoteAddress() { return AddressFrom(&::getpeername, m_sock); }
 

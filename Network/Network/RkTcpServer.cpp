@@ -2,6 +2,7 @@
 
 #include <iostream>
 #include <sstream>
+#include <utility>
 
 #include "Base/RkException.h"
 #include "Base/RkSemLock.h"
@@ -32,7 +33,7 @@ RkTcpServer::RkTcpServer(const RkInetAddress& address, int connectionTimeout, in
                          bool deleteRunnables, const RkTimePeriod& timeout, RkPooledThreadFactory* threadfactory,
                          RkTcpSocketFactory* sockfactory)
     : RkTcpServer(address, connectionTimeout, {maxPoolSize, startPoolSize, deleteRunnables, 0, timeout, threadfactory},
-                  sockfactory) {}
+                  std::unique_ptr<RkTcpSocketFactory>(sockfactory)) {}
 
 RkTcpServer::RkTcpServer(unsigned short port, int connectionTimeout, int maxPoolSize, int startPoolSize,
                          bool deleteRunnables, const RkTimePeriod& timeout, RkPooledThreadFactory* threadfactory,
@@ -44,18 +45,19 @@ RkTcpServer::RkTcpServer(const RkInetAddress& address, int timeout, RkTcpSocketF
     : RkTcpServer(address, timeout,
                   {RkThreadPool::DEFAULT_MAX_POOL_SIZE, RkThreadPool::DEFAULT_START_POOL_SIZE, true, poolwaittime, IDLE,
                    nullptr},
-                  factory) {}
+                  std::unique_ptr<RkTcpSocketFactory>(factory)) {}
 
 RkTcpServer::RkTcpServer(unsigned short port, int timeout, RkTcpSocketFactory* factory)
     : RkTcpServer(AnyAddress(port), timeout, factory, 0) {}
 
+/// The factory is an owner already here: the pool may have no thread to start with, and throw.
 RkTcpServer::RkTcpServer(const RkInetAddress& address, int timeout, const PoolArguments& pool,
-                         RkTcpSocketFactory* factory)
+                         std::unique_ptr<RkTcpSocketFactory> factory)
     : RkThread(RkThreadGroup::Default(), false),
       m_server(address, true),
       m_pool(pool.maxSize, pool.startSize, pool.deleteRunnables, pool.waitTime, pool.idle, pool.factory),
       m_timeout(timeout),
-      m_factory(factory ? factory : new RkTcpSocketFactory),
+      m_factory(factory ? std::move(factory) : std::make_unique<RkTcpSocketFactory>()),
       m_askedPort(address.GetPort()) {}
 
 RkTcpServer::~RkTcpServer() { StopAndJoin(); }

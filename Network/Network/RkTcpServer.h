@@ -37,6 +37,9 @@ class RkTcpConnection;
 /// virtual operations and use its members.
 class QOR_NETWORK_EXPORT RkTcpServer : public RkThread, public RkPrintSelf, public kstr::diag::RkInspectable {
 public:
+    /// The live connections of a server; key and value are the same.
+    using conmap_t = std::map<RkTcpConnection*, RkTcpConnection*>;
+
     /// @param address            where to listen; port 0 lets the system choose (GetLocalAddress tells)
     /// @param connectionTimeout  milliseconds that Stop waits for the end of Run to be announced, besides waiting for the
     ///                           thread; 0 or less: it does not
@@ -154,9 +157,6 @@ protected:
     void StopAndJoin();
 
 private:
-    /// The live connections; key and value are the same.
-    using conmap_t = std::map<RkTcpConnection*, RkTcpConnection*>;
-
     struct PoolArguments {
         int maxSize;
         int startSize;
@@ -166,7 +166,8 @@ private:
         RkPooledThreadFactory* factory;
     };
 
-    RkTcpServer(const RkInetAddress& address, int timeout, const PoolArguments& pool, RkTcpSocketFactory* factory);
+    RkTcpServer(const RkInetAddress& address, int timeout, const PoolArguments& pool,
+                std::unique_ptr<RkTcpSocketFactory> factory);
 
     bool SettleListening();
     bool OpenAndBind();

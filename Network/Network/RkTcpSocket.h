@@ -68,7 +68,8 @@ public:
     /// 0.0.0.0 port 0 on any other socket.
     const RkInetAddress& GetAcceptedFrom() const { return m_acceptedFrom; }
 
-    /// Called on each accepted socket by the servers; a hook for handshakes. Nothing here.
+    /// A hook for handshakes, nothing here. Accept does not call it, nor does RkTcpServer: a connection calls it on its
+    /// socket before it talks to the peer, in its own thread, so that a slow peer holds up nobody else.
     virtual void AcceptSocket();
 
     /// Closes by resetting the connection: what was not sent is dropped and the peer gets an error. Nothing if closed.

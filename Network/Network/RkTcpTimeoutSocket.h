@@ -49,7 +49,7 @@ public:
     void TeardownPipe();
 
 protected:
-    int m_pipefds[2];  ///< read and write end; -1 when absent; guarded by m_closeLock
+    int m_pipefds[2];  ///< read and write end; -1 when absent; changed by the reading thread only, under m_closeLock
     RkTimePeriod m_connectTimeout;
     RkTimePeriod m_readTimeout;
     RkTimePeriod m_writeTimeout;

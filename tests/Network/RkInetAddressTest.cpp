@@ -77,6 +77,7 @@ TEST_F(RkInetAddressTest, TakesEveryFormOfEndpointText) {
         {"::1", false, "[::1]:7"},
         {"[::1]", false, "[::1]:7"},
         {"x[fe80::1]:8080", false, "[fe80::1]:8080"},
+        {"[1.2.3.4]x", false, "1.2.3.4:7"},
         {"::ffff:10.0.0.1", false, "[::ffff:10.0.0.1]:7"},
         {"127.0.0.1", true, "[::1]:7"},
         {"0.0.0.0", true, "[::]:7"},
