@@ -443,6 +443,8 @@ RkErrorCode RkSSLSocket::Shutdown(int how) {
     return ::shutdown(m_sock, how);
 }
 
+RkErrorCode RkSSLSocket::ShutdownSocket() { return IsOpen() ? Shutdown(SHUT_WR) : 0; }
+
 void RkSSLSocket::CloseForce() {
     Uninit();
     RkTcpSocket::CloseForce();

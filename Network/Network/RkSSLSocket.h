@@ -71,6 +71,10 @@ public:
     /// Sends the close notification if there is a session, then shuts the socket down.
     RkErrorCode Shutdown(int how) override;
 
+    /// As in RkSocket, but for the thread that runs on the socket: where the peer reads nothing, the notification waits for
+    /// room to be sent. Wake ends that wait, so no lock that Wake needs is held here.
+    RkErrorCode ShutdownSocket() override;
+
     /// As Read(buf, len), but each wait for the peer takes at most `timeout` (zero: without limit). There is no limit on
     /// several waits together. The blocking mode is as before.
     /// @return bytes, or 0 at the end that the peer announced; -1 after the time-out, on an error and without a session

@@ -221,6 +221,20 @@ TEST_F(RkSSLSocketConcurrentTest, ASessionIsNotUsedOnceItsDescriptorIsClosed) {
     EXPECT_THROW(server->Read(&byte, 1), RkNetworkException) << "CloseForce releases the session";
 }
 
+TEST_F(RkSSLSocketConcurrentTest, WakeDoesNotWaitForACloseNotification) {
+    struct Stuck : RkSSLSocket {
+        using RkSSLSocket::RkSSLSocket;
+        RkErrorCode Shutdown(int) override {  // as if the notification found no room
+            m_waker = std::async(std::launch::async, [this] { Wake(); });
+            return m_waker.wait_for(10s) == std::future_status::ready ? 0 : -1;
+        }
+        std::future<void> m_waker;
+    } socket(m_dir / "tls.key", m_dir / "tls.pem", true);
+    socket.Open();
+    EXPECT_EQ(socket.ShutdownSocket(), 0);
+    socket.Close();
+}
+
 TEST_F(RkSSLSocketConcurrentTest, TwentyMebibytesEachWayArriveInPieces) {
     std::string sent(20 << 20, '\0');
     std::iota(sent.begin(), sent.end(), '\0');
