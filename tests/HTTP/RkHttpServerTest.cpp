@@ -45,7 +45,8 @@ TEST_F(RkHttpServerTest, WideNamesAreRegisteredInUtf8) {
 }
 
 TEST_F(RkHttpServerTest, FilesOfEverySizeArriveWhole) {
-    for (const size_t size : {0, 1, 1024, 32767, 32768, 65537, 1048575, 1048576, 10485761}) {
+    for (const size_t size :
+         std::initializer_list<size_t>{0, 1, 1024, 32767, 32768, 65537, 1048575, 1048576, 10485761}) {
         std::string text(size, 'x');
         for (size_t i = 0; i < size; i += 7)
             text[i] = static_cast<char>(i / 7);
