@@ -101,10 +101,11 @@ TEST(RkUdpServerTest, AnswersEachClientWithItsOwnBytes) {
 }
 
 TEST(RkUdpServerTest, KeepsUpTo4095BytesAndAZero) {
-    std::counting_semaphore seen(0);
+    std::counting_semaphore seen(0), mayChange(1);
     std::string text;
     Server server([&](Connection& connection) {
         EXPECT_TRUE(connection.EndsWithZero());
+        mayChange.acquire();
         text = connection.Text();
         seen.release();
     });
@@ -114,6 +115,7 @@ TEST(RkUdpServerTest, KeepsUpTo4095BytesAndAZero) {
         client.Say(std::string(size, 'x'));
         seen.acquire();
         EXPECT_EQ(text, std::string(std::min<size_t>(size, 4095), 'x'));
+        mayChange.release();
     }
 }
 
