@@ -120,9 +120,10 @@ void RkUdpServer::HandleInspection(kstr::diag::RkInspector& inspector) {
 
 void RkUdpServer::PrintSelf(std::ostream& stream, PrintSelfLevel level) {
     RkPrintServerBanner(stream, "TARNUdpServer", level);
-    const RkSemLock guard(m_sync);
-    if (level == RK_PRINT_ALL)
+    if (level == RK_PRINT_ALL) {
+        const RkSemLock guard(m_sync);
         RkPrintConnections(stream, m_map);
+    }
     if (level >= RK_PRINT_STATE && level <= RK_PRINT_ALL) {
         RkPrintServerState(stream, GetLocalAddress(), m_state, m_pool);
         stream << "\r\n";
