@@ -6,7 +6,6 @@
 #include <boost/algorithm/string/case_conv.hpp>
 #include <boost/algorithm/string/trim.hpp>
 #include <cerrno>
-#include <limits>
 
 #include "Base/RkBase64Decoder.h"
 #include "Base/RkIO.h"
@@ -17,6 +16,7 @@
 namespace {
 
 constexpr size_t kLongestLine = 131072;
+constexpr size_t kLargestHead = 1048576;  // bytes of all fields: a head that never ends must not grow without bound
 constexpr int kDefaultPort = 80;
 constexpr size_t kPeeked = 4;  // "http"
 
@@ -223,7 +223,10 @@ bool RkHttpClient::peekStatusLine() {
 }
 
 void RkHttpClient::readHeaders() {
+    size_t size = 0;
     for (std::string line; m_stream->ReadLine(line, kLongestLine) && !line.empty();) {
+        if ((size += line.size()) > kLargestHead)
+            throw RkNetworkException("Error reading response header");
         const size_t colon = line.find(':');
         if (colon == std::string::npos)
             continue;

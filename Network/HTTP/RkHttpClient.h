@@ -48,6 +48,7 @@ public:
     virtual void writeRequest(const std::string& method, const std::string& postData, const RkUrl& url);
 
     /// One exchange, until the response head is read. The previous connection and response are dropped.
+    /// Fields of more than 1 MiB in all are a failure.
     void get(const RkUrl& url);
     void post(const RkUrl& url, const std::string& data);
 

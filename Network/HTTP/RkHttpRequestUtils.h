@@ -81,9 +81,9 @@ private:
     bool TakeRequestLine(const std::string& line);
 
     std::map<std::string, std::string> m_headers;  ///< names in lower case
-    std::string m_requestLine;
     std::string m_requestMethod;
     std::string m_requestedFile;
     int m_statusCode = 0;
     RkCgi m_cgi;
+    std::string m_requestLine;
 };

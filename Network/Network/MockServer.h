@@ -37,8 +37,8 @@ public:
     /// Throws RkNetworkException.
     void RunSynchronously();
 
-    /// The same on a thread of its own, which an exception ends quietly. Clients may connect from now on. Throws boost::thread_resource_error when the
-    /// system has no thread to give.
+    /// The same on a thread of its own, which an exception ends quietly. Clients may connect from now on.
+    /// Throws boost::thread_resource_error when the system has no thread to give.
     void Run();
 
     /// Waits for the thread of Run, if there is one. From that thread it throws boost::thread_resource_error.

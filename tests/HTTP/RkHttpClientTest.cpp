@@ -136,6 +136,13 @@ TEST(RkHttpClient, TellsHowAnAnswerFailed) {
         {"a field beyond the limit",
          [](auto& c) { c.ReadUntil("\r\n\r\n"), c.Write("HTTP/1.0 200 OK\r\nA: " + std::string(200000, 'x')); },
          "HTTP/1.0 200 OK"},
+        {"fields beyond the limit",
+         [](auto& c) {
+             c.ReadUntil("\r\n\r\n"), c.Write("HTTP/1.0 200 OK\r\n");
+             for (char name = 'a'; name <= 'z'; ++name)
+                 c.Write(std::string(1, name) + ':' + std::string(100000, 'x') + "\r\n");
+         },
+         "Error reading response header"},
     };
     for (const auto& one : cases)
         EXPECT_EQ(Get(one.script, RkTimePeriod(0, 0, 0, 1)), one.outcome) << one.name;

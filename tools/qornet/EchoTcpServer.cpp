@@ -10,7 +10,10 @@ namespace {
 class Connection : public RkTcpConnection {
 public:
     explicit Connection(RkTcpSocket* socket) : m_socket(socket) {}
-    ~Connection() override { m_socket->Close(); }
+    ~Connection() override {
+        LeaveServer();
+        m_socket->Close();
+    }
 
     void Run() override {
         char data[16384];
