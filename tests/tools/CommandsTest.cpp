@@ -61,7 +61,7 @@ TEST(CommandsTest, TellsWhatWasWrongAndHow) {
         {{"serve", "--nonsense"}, 2, "--nonsense"},
         {{"visits", "/nonexistent"}, 1, "'/nonexistent'"},
         {{"visits", "/"}, 1, "cannot read"},
-        {{"visits", "--delay", "-1"}, 2, "--delay"},
+        {{"visits", "--delay", "-1"}, 2, "--delay: Value -1 not in range 0 to 1000000000\n"},
         {{"range", "2.0.0.0-1.0.0.0"}, 1, "Start of range is larger than end of range"},
         {{"echo", "udp", "--address", "192.0.2.1"}, 1, "192.0.2.1"},
         {{"serve", "--port", "0", "--root", "/nonexistent"}, 1, "--root"},

@@ -22,6 +22,9 @@ public:
     explicit UsageError(const std::string& text) : CLI::ValidationError(text) {}
 };
 
+/// Largest number of seconds, or of repeats, that an option takes; the clocks have room for it.
+constexpr int MOST = 1'000'000'000;
+
 void AddServe(CLI::App& app);
 void AddTls(CLI::App& app);
 void AddGet(CLI::App& app);
