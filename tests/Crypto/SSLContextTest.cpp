@@ -16,53 +16,68 @@ using kstr::Crypto::SSLContext;
 
 class SSLContextTest : public ::testing::Test {
 protected:
-    SSLContextTest() {
-        MakeSelfSigned().Write(m_dir / "ec");
-        MakeSelfSigned({"localhost", TestCertificate::RSA}).Write(m_dir / "rsa");
-    }
+    using ContextPtr = std::unique_ptr<SSLContext>;
+
+    static ContextPtr NewContext() { return SSLContext::Create(SSLContext::Method::TLSV12); }
     /// The object of OpenSSL behind a context.
-    static const SSL_CTX* Behind(const SSLContext& context) {
-        return SSL_get_SSL_CTX(context.CreateConnection()->Get());
+    static const SSL_CTX* Behind(const ContextPtr& context) {
+        return SSL_get_SSL_CTX(context->CreateConnection()->Get());
     }
 
-    std::unique_ptr<SSLContext> Load(const std::string& cert = "ec.pem", const std::string& key = "ec.key") const {
-        auto context = SSLContext::Create(SSLContext::Method::TLSV12);
+    ContextPtr Load(const std::string& cert, const std::string& key) const {
+        auto context = NewContext();
         context->UseCert(m_dir / cert);
         context->UsePrivateKey(m_dir / key, 1);
         return context;
+    }
+    ContextPtr Load() const { return Load("ec.pem", "ec.key"); }
+    void Write(const std::string& base, TestCertificate::Kind kind) {
+        MakeSelfSigned({"localhost", kind}).Write(m_dir / base);
     }
 
     TempDir m_dir;
 };
 
 TEST_F(SSLContextTest, AReplacedFileIsReadByTheNextContext) {
+    Write("ec", TestCertificate::ECDSA);
     auto last = Load(), next = Load();
-    for (; Behind(*last) != Behind(*next); next = Load())  // files this young may change within the tick of their times
+    EXPECT_NE(Behind(last), Behind(next)) << "files this young may change within the tick of their times";
+    for (; Behind(last) != Behind(next); next = Load())
         last = std::move(next);
-    MakeSelfSigned().Write(m_dir / "ec");
-    EXPECT_NE(Behind(*Load()), Behind(*next));
+    Write("ec", TestCertificate::ECDSA);
+    EXPECT_NE(Behind(Load()), Behind(next));
     std::ofstream(m_dir / "ec.key").close();
     EXPECT_THROW(Load(), BasicException) << "what is remembered does not stand in for a bad file";
 }
 
 TEST_F(SSLContextTest, TellsWhetherKeyAndCertificateMatch) {
-    EXPECT_TRUE(Load()->CheckPrivateKey());
-    EXPECT_FALSE(Load("rsa.pem", "ec.key")->CheckPrivateKey());
+    Write("ec", TestCertificate::ECDSA);
+    Write("ec2", TestCertificate::ECDSA);
+    Write("rsa", TestCertificate::RSA);
+    const struct {
+        const char *cert, *key;
+        bool match;
+    } cases[] = {{"ec.pem", "ec.key", true},
+                 {"ec.pem", "ec2.key", false},
+                 {"rsa.pem", "rsa.key", true},
+                 {"rsa.pem", "ec.key", false}};
+    for (const auto& c : cases)
+        EXPECT_EQ(Load(c.cert, c.key)->CheckPrivateKey(), c.match) << c.cert << " with " << c.key;
 }
 
 TEST_F(SSLContextTest, BadSettingsThrowTheWholeQueueAndLeaveItEmpty) {
+    Write("ec", TestCertificate::ECDSA);
     std::ofstream(m_dir / "cut.pem") << "-----BEGIN CERTIFICATE-----\nMIIB\n";
-    const auto context = Load();
+    const auto context = NewContext();
     const std::function<void()> steps[] = {
-        [&] { context->SetCipherString("NO-SUCH-CIPHER"); },
-        [&] { context->UseCert(m_dir / "cut.pem"); },
-        [&] { context->UseCert("/dev/zero"); },
-        [&] { context->UsePrivateKey(m_dir / "ec.pem", 1); },
-        [&] { context->UsePrivateKey(m_dir / "ec.key", 7); },
+        [&] { context->SetCipherString("NO-SUCH-CIPHER"); },      [&] { context->UseCert(m_dir / "cut.pem"); },
+        [&] { context->UseCert(m_dir / "missing.pem"); },         [&] { context->UseCert("/dev/zero"); },
+        [&] { context->UsePrivateKey(m_dir / "ec.pem", 1); },     [&] { context->UsePrivateKey(m_dir / "ec.key", 7); },
         [&] { SSLContext::Create(SSLContext::Method::Type(3)); },
     };
     for (const auto& step : steps) {
         EXPECT_THROW(step(), BasicException) << "step " << &step - steps;
         EXPECT_EQ(ERR_peek_error(), 0u) << "step " << &step - steps;
     }
+    EXPECT_NO_THROW(context->UseCert(m_dir / "ec.pem")) << "the context is as it was";
 }

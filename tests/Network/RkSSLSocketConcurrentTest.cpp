@@ -1,4 +1,6 @@
 #include <gmock/gmock.h>
+#include <poll.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <functional>
@@ -41,41 +43,74 @@ size_t OpenDescriptors() {
     return static_cast<size_t>(std::distance(begin(all), end(all)));
 }
 
+/// Passes a connection on to another address, in pieces of changing size, until `limit` bytes went to the server; then it
+/// resets both ends.
+class Relay {
+public:
+    Relay(const RkInetAddress& server, size_t limit)
+        : m_peer([this, server, limit](ScriptedPeer::Connection& client) {
+              m_server.Connect(server);
+              std::thread back([&] {
+                  char piece[40000];
+                  for (ssize_t count; (count = m_server.Read(piece, NextSize())) > 0;)
+                      client.Write({piece, static_cast<size_t>(count)});
+                  client.ShutdownWrite();
+              });
+              size_t passed = 0;
+              for (std::string text; passed < limit && !(text = client.Read()).empty(); passed += text.size())
+                  for (size_t at = 0, size = 0; at < text.size(); at += size)
+                      m_server.WriteExactly(text.data() + at, size = std::min(NextSize(), text.size() - at));
+              if (passed < limit)
+                  m_server.ShutdownSocket();
+              else
+                  m_server.Wake();
+              back.join();
+              client.Reset();
+              m_server.CloseForce();
+          }) {}
+
+    RkInetAddress Address() const { return m_peer.Address(); }
+
+private:
+    size_t NextSize() { return SIZES[m_next++ % std::size(SIZES)]; }
+
+    static constexpr size_t SIZES[] = {40000, 1, 5, 16000, 3, 20000};
+    std::atomic<size_t> m_next = 0;
+    RkTcpSocket m_server;
+    ScriptedPeer m_peer;  ///< last: its thread uses all the others
+};
+
 }  // namespace
 
 class RkSSLSocketConcurrentTest : public ::testing::Test {
 protected:
     RkSSLSocketConcurrentTest() {
+        m_identity.Write(m_dir / "tls");
         m_listener.Bind(RkInetAddress("127.0.0.1", 0));
         m_listener.Listen(64);
-        UseFiles(m_identity);
     }
-    ~RkSSLSocketConcurrentTest() override {
-        for (RkSocket* socket : {static_cast<RkSocket*>(m_client.get()), static_cast<RkSocket*>(m_server.get()),
-                                 static_cast<RkSocket*>(&m_listener)})
-            socket->Close();
-    }
-    /// Both sockets are to take the identity from files.
-    void UseFiles(const TestIdentity& identity) {
-        identity.Write(m_dir / "tls");
-        m_client = FileSocket();
-        m_server = FileSocket();
-    }
+    ~RkSSLSocketConcurrentTest() override { m_listener.Close(); }
+
     std::unique_ptr<RkSSLSocket> FileSocket() const {
         return std::make_unique<RkSSLSocket>(m_dir / "tls.key", m_dir / "tls.pem", true);
     }
-    std::unique_ptr<RkSSLSocket> ObjectSocket(TestIdentity identity) {
-        return std::make_unique<RkSSLSocket>(&identity.cert, &m_trusted, &identity.key);
+    std::unique_ptr<RkSSLSocket> ObjectSocket() {
+        return std::make_unique<RkSSLSocket>(&m_identity.cert, &m_trusted, &m_identity.key);
     }
-    /// @return why the client and the server failed to connect; empty where they did not
-    Outcome Connect() {
-        const RkInetAddress address = m_listener.GetLocalAddress();
-        auto connecting = std::async(std::launch::async, [&] { return Failure([&] { m_client->Connect(address); }); });
-        m_listener.Accept(*m_server);
-        const std::string failure = Failure([&] { m_server->AcceptSocket(); });
+    RkInetAddress Address() { return m_listener.GetLocalAddress(); }
+
+    /// Connects `client` with `server`. @return why the client and the server failed; empty where they did not
+    Outcome Connect(RkSSLSocket& client, RkSSLSocket& server) {
+        auto connecting = std::async(std::launch::async, [&] { return Failure([&] { client.Connect(Address()); }); });
+        m_listener.Accept(server);
+        const std::string failure = Failure([&] { server.AcceptSocket(); });
         if (!failure.empty())
-            m_server->Wake();
+            server.Wake();
         return {connecting.get(), failure};
+    }
+    static void Close(RkSocket& one, RkSocket& other) {
+        one.Close();
+        other.Close();
     }
 
     TempDir m_dir;
@@ -83,90 +118,107 @@ protected:
     TestIdentity m_identity = m_ca.Issue();
     kstr::Crypto::StackOf_X509Cert m_trusted = m_ca.Stack();
     RkTcpSocket m_listener;
-    std::unique_ptr<RkSSLSocket> m_client, m_server;
 };
 
 TEST_F(RkSSLSocketConcurrentTest, ObjectModeLogsTheStepsOfAnAcceptance) {
-    m_server = ObjectSocket(m_identity);
     const LogCapture log(kstr::diag::LV_DEBUG);
-    EXPECT_EQ(Connect(), Outcome("", ""));
+    auto client = FileSocket(), server = ObjectSocket();
+    log->Clear();
+    EXPECT_EQ(Connect(*client, *server), Outcome("", ""));
     std::vector<std::string> lines = log->Messages();
-    std::erase_if(lines, [](const auto& line) {
-        return line.starts_with("SSL Connection using: ECDHE-ECDSA-") || line.find("Peer(Server)") != line.npos;
-    });
+    EXPECT_EQ(
+        std::erase_if(lines, [](const auto& line) { return line.starts_with("SSL Connection using: ECDHE-ECDSA-"); }),
+        2u);
+    EXPECT_EQ(std::erase_if(lines, [](const auto& line) { return line.find("Peer(Server)") != line.npos; }), 1u);
     EXPECT_THAT(lines, ElementsAre("AcceptSocket", "AcceptSocket before SSL_accept", "AcceptSocket after SSL_accept",
                                    "Received certificate from Peer(Client). Cert Details:\n" +
                                        m_identity.cert.GetCertDetails()));
+    Close(*client, *server);
 }
 
 TEST_F(RkSSLSocketConcurrentTest, ObjectModeRefusesStrangers) {
-    m_client = ObjectSocket(MakeSelfSigned());
-    m_server = ObjectSocket(m_identity);
-    const auto [client, server] = Connect();
-    EXPECT_THAT(server, AllOf(StartsWith("unable to accept, "), HasSubstr("certificate verify failed")));
-    EXPECT_THAT(client, StartsWith("unable to connect using ssl, "));
+    TestIdentity stranger = MakeSelfSigned();
+    RkSSLSocket client(&stranger.cert, &m_trusted, &stranger.key);
+    auto server = ObjectSocket();
+    const auto [clientFailure, serverFailure] = Connect(client, *server);
+    EXPECT_THAT(serverFailure, AllOf(StartsWith("unable to accept, "), HasSubstr("certificate verify failed")));
+    EXPECT_THAT(clientFailure, StartsWith("unable to connect using ssl, "));
+    Close(client, *server);
 }
 
 TEST_F(RkSSLSocketConcurrentTest, AStrictClientRefusesWhatTheSocketsDoNotLookAt) {
-    const std::pair<TestIdentity, const char*> cases[] = {
-        {m_identity, ""},
+    const struct {
+        TestIdentity server;
+        const char* failure;
+    } cases[] = {
+        {m_ca.Issue({"localhost"}), ""},
         {m_ca.Issue({"www.example.com"}), "hostname mismatch"},
         {m_ca.Issue({"localhost", TestCertificate::RSA, -20, -10}), "certificate has expired"},
+        {m_ca.Issue({"localhost", TestCertificate::ECDSA, 100, 200}), "certificate is not yet valid"},
+        {MakeSelfSigned(), "self-signed certificate"},
         {TestCA().Issue(), "certificate signature failure"},  // another authority of the same name
     };
-    for (const auto& [identity, failure] : cases) {
-        UseFiles(identity);
-        m_client = std::make_unique<StrictTlsSocket>(m_trusted, "localhost");
-        EXPECT_THAT(Connect().first, HasSubstr(failure));
-        EXPECT_EQ(m_client->Write("x", 1), *failure == '\0' ? 1 : -1);
-        m_client->Close();
-        m_server->Close();
+    for (const auto& c : cases) {
+        c.server.Write(m_dir / "tls");
+        auto server = FileSocket();
+        StrictTlsSocket client(m_trusted, "localhost");
+        EXPECT_THAT(Connect(client, *server).first, HasSubstr(c.failure)) << "row " << &c - cases;
+        EXPECT_EQ(client.Write("x", 1), *c.failure == '\0' ? 1 : -1);
+        Close(client, *server);
     }
 }
 
 TEST_F(RkSSLSocketConcurrentTest, TheChainIsCheckedByTheNewOwnerAfterACopy) {
-    const auto client = ObjectSocket(m_identity);
-    m_client->Uninit();  // what an assignment overwrites would be lost
-    *m_client = *client;
-    m_server = std::make_unique<RkSSLSocket>(*ObjectSocket(m_identity));
-    EXPECT_EQ(Connect(), Outcome("", ""));
-    m_server = std::make_unique<RkSSLSocket>(*m_server);  // and the session goes along
-    EXPECT_EQ(m_server->Write("hello", 5), 5);
+    auto clientSource = ObjectSocket(), serverSource = ObjectSocket(), assigned = FileSocket();
+    RkSSLSocket server(*serverSource);
+    serverSource.reset();
+    assigned->Uninit();  // what an assignment overwrites would be lost
+    *assigned = *clientSource;
+    clientSource.reset();
+    EXPECT_EQ(Connect(*assigned, server), Outcome("", ""));
+    RkSSLSocket again(server);  // and the session goes along
+    EXPECT_EQ(again.Write("hello", 5), 5);
     char text[5];
-    EXPECT_EQ(m_client->Read(text, 5), 5);
+    EXPECT_EQ(assigned->Read(text, 5), 5);
+    Close(*assigned, again);
 }
 
 TEST_F(RkSSLSocketConcurrentTest, TimedTransfersThatTimeOutRestoreTheMode) {
-    Connect();
+    auto client = FileSocket(), server = FileSocket();
+    Connect(*client, *server);
     const LogCapture log(kstr::diag::LV_DEBUG);
     std::string much(64 << 20, 'x');
-    m_client->SetNonBlockingMode(true);
-    EXPECT_EQ(m_client->Read(much.data(), 1, SHORT), -1);
-    EXPECT_TRUE(m_client->GetNonBlockingMode());
-    m_client->SetNonBlockingMode(false);
-    EXPECT_EQ(m_client->Write(much.data(), much.size(), SHORT), -1);
-    EXPECT_FALSE(m_client->GetNonBlockingMode());
-    EXPECT_THAT(log->Messages(), ElementsAre("Timed out on SSL_read, timeout is 20 milliseconds",
-                                             "Timed out on SSL_write, timeout is 20 milliseconds"));
+    for (const bool nonBlocking : {false, true}) {
+        client->SetNonBlockingMode(nonBlocking);
+        EXPECT_EQ(client->Read(much.data(), 1, SHORT), -1);
+        EXPECT_EQ(client->GetNonBlockingMode(), nonBlocking);
+    }
+    EXPECT_EQ(client->Write(much.data(), much.size(), SHORT), -1);
+    const std::string line = "Timed out on SSL_read, timeout is 20 milliseconds";
+    EXPECT_THAT(log->Messages(), ElementsAre(line, line, "Timed out on SSL_write, timeout is 20 milliseconds"));
+    Close(*client, *server);
 }
 
 TEST_F(RkSSLSocketConcurrentTest, WhatIsDecryptedAlreadyIsNotWaitedFor) {
-    Connect();
-    m_client->Write("0123456789", 10);
+    auto client = FileSocket(), server = FileSocket();
+    Connect(*client, *server);
+    client->Write("0123456789", 10);
     char text[10];
-    EXPECT_EQ(m_server->Read(text, 1), 1);
-    EXPECT_EQ(m_server->Read(text, 9, SHORT), 9);
+    EXPECT_EQ(server->Read(text, 1), 1);
+    EXPECT_EQ(server->Read(text, 9, SHORT), 9);
+    Close(*client, *server);
 }
 
 TEST_F(RkSSLSocketConcurrentTest, ASessionIsNotUsedOnceItsDescriptorIsClosed) {
-    Connect();
-    m_client->Close();
+    auto client = FileSocket(), server = FileSocket();
+    Connect(*client, *server);
+    client->Close();
     char byte = 0;
-    EXPECT_EQ(m_client->Write("x", 1), -1) << "the number may be somebody else's";
-    EXPECT_EQ(m_client->Read(&byte, 1, SHORT), -1);
-    EXPECT_FALSE(m_client->IsOpen());
-    m_server->CloseForce();
-    EXPECT_THROW(m_server->Read(&byte, 1), RkNetworkException) << "CloseForce releases the session";
+    EXPECT_EQ(client->Write("x", 1), -1) << "the number may be somebody else's";
+    EXPECT_EQ(client->Read(&byte, 1, SHORT), -1);
+    EXPECT_FALSE(client->IsOpen());
+    server->CloseForce();
+    EXPECT_THROW(server->Read(&byte, 1), RkNetworkException) << "CloseForce releases the session";
 }
 
 TEST_F(RkSSLSocketConcurrentTest, WakeDoesNotWaitForACloseNotification) {
@@ -183,19 +235,49 @@ TEST_F(RkSSLSocketConcurrentTest, WakeDoesNotWaitForACloseNotification) {
     socket.Close();
 }
 
-TEST_F(RkSSLSocketConcurrentTest, TwentyMebibytesArriveBothWaysAndEndInOrder) {
-    std::string sent(20 << 20, '\0'), got = sent;
+TEST_F(RkSSLSocketConcurrentTest, TwentyMebibytesEachWayArriveInPieces) {
+    std::string sent(20 << 20, '\0');
     std::iota(sent.begin(), sent.end(), '\0');
-    ASSERT_EQ(Connect(), Outcome("", ""));
-    std::jthread echo([this, text = got]() mutable {
-        m_server->ReadExactly(text.data(), text.size());
-        m_server->WriteExactly(text.data(), text.size());
-        m_server->Shutdown(SHUT_WR);
+    const Relay relay(Address(), SIZE_MAX);
+    RkSSLTimeoutSocket client(m_dir / "tls.key", m_dir / "tls.pem", LONG, LONG, LONG);
+    auto echo = std::async(std::launch::async, [&] {
+        RkSSLTimeoutSocket server(m_dir / "tls.key", m_dir / "tls.pem", LONG, LONG, LONG);
+        m_listener.Accept(server);
+        server.AcceptSocket();
+        std::string got(sent.size(), '\0');
+        server.ReadExactly(got.data(), got.size());
+        server.WriteExactly(got.data(), got.size());
+        server.Shutdown(SHUT_WR);
+        server.Close();
     });
-    m_client->WriteExactly(sent.data(), sent.size());
-    m_client->ReadExactly(got.data(), got.size());
+    client.Connect(relay.Address());
+    client.WriteExactly(sent.data(), sent.size());
+    std::string got(sent.size(), '\0');
+    client.ReadExactly(got.data(), got.size());
     EXPECT_TRUE(got == sent);
-    EXPECT_EQ(m_client->Read(got.data(), 1), 0);
+    EXPECT_EQ(client.Read(got.data(), 1), 0);
+    echo.get();
+    client.Close();
+}
+
+TEST_F(RkSSLSocketConcurrentTest, AConnectionMayBeCutAnywhere) {
+    for (const size_t limit : {1, 200, 300, 5000, 300000}) {
+        const Relay relay(Address(), limit);
+        auto client = FileSocket(), server = FileSocket();
+        auto serving = std::async(std::launch::async, [&] {
+            m_listener.Accept(*server);
+            char text[1000];
+            if (Failure([&] { server->AcceptSocket(); }).empty())
+                while (server->Read(text, sizeof text, LONG) > 0) {}
+            server->Close();
+        });
+        if (Failure([&] { client->Connect(relay.Address()); }).empty()) {
+            const std::string text(10000, 'x');
+            while (client->Write(text.data(), text.size(), LONG) > 0) {}
+        }
+        serving.get();
+        client->Close();
+    }
 }
 
 TEST_F(RkSSLSocketConcurrentTest, ManyHandshakesAtOnceLeaveNothingBehind) {
@@ -209,10 +291,7 @@ TEST_F(RkSSLSocketConcurrentTest, ManyHandshakesAtOnceLeaveNothingBehind) {
                     if (serves)
                         m_listener.Accept(*socket);
                     char byte = 'x';
-                    EXPECT_EQ(Failure([&] {
-                                  serves ? socket->AcceptSocket() : socket->Connect(m_listener.GetLocalAddress());
-                              }),
-                              "");
+                    EXPECT_EQ(Failure([&] { serves ? socket->AcceptSocket() : socket->Connect(Address()); }), "");
                     EXPECT_EQ(serves ? socket->Write(&byte, 1) : socket->Read(&byte, 1), 1);
                     socket->Close();
                 }

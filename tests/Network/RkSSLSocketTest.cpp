@@ -13,7 +13,6 @@
 
 using kstr::Crypto::StackOf_X509Cert;
 using kstr::Crypto::X509Cert;
-using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::StartsWith;
 
@@ -41,11 +40,15 @@ protected:
         m_identity.Write(m_dir / "good");
         MakeSelfSigned().Write(m_dir / "other");
     }
+    static std::string Check(const std::string& key, const std::string& cert) {
+        return RkSSLSocket(key, cert, false).ErrMsg();
+    }
     int VerifyPeer(X509Cert peer, StackOf_X509Cert trusted) {
         m_log->Clear();
         return RkSSLSocket(&m_identity.cert, &trusted, &m_identity.key).VerifyPeerCert(peer);
     }
     int CallBack(int preverifyOk, int error, const X509Cert& cert) {
+        m_log->Clear();
         const std::unique_ptr<X509_STORE_CTX, decltype(&X509_STORE_CTX_free)> raw(X509_STORE_CTX_new(),
                                                                                   &X509_STORE_CTX_free);
         X509_STORE_CTX_init(raw.get(), nullptr, cert.Get(), nullptr);
@@ -64,35 +67,39 @@ protected:
 };
 
 TEST_F(RkSSLSocketTest, TheAddressAloneIsNotEnough) {
-    EXPECT_EQ(Failure([] { RkSSLTimeoutSocket(RkInetAddress(), SECOND, SECOND, SECOND, true); }),
-              "unable to load certificate file or private key file. |");
-    EXPECT_THAT(m_log->Messages(), ElementsAre("Failing certificate or private key file read.  "
-                                               "Unable to load certificate or private key file."));
+    const std::string text = "unable to load certificate file or private key file. |";
+    EXPECT_EQ(Failure([] { RkSSLSocket(RkInetAddress(), true); }), text);
+    EXPECT_EQ(Failure([] { RkSSLTimeoutSocket(RkInetAddress(), SECOND, SECOND, SECOND, true); }), text);
+    const std::string line =
+        "Failing certificate or private key file read.  Unable to load certificate or private key file.";
+    EXPECT_THAT(m_log->Messages(), ElementsAre(line, line));
 }
 
 TEST_F(RkSSLSocketTest, CredentialsThatDoNotLoadOrMatchThrow) {
     const std::string load = "unable to load certificate or private key file, unable to read ";
     TestIdentity other = MakeSelfSigned();
     StackOf_X509Cert none;
+    EXPECT_THAT(Failure([&] { RkSSLSocket(m_dir / "none", m_cert, true); }), StartsWith(load + (m_dir / "none")));
     EXPECT_THAT(Failure([] { RkSSLSocket(); }), StartsWith(load + "./cert.pem"));
     EXPECT_EQ(Failure([&] { RkSSLSocket(m_dir / "other.key", m_cert, true); }),
               "private key does not match the certificate public key|");
     EXPECT_EQ(Failure([&] { RkSSLSocket(&m_identity.cert, &none, &other.key); }),
               "unable to set certificate and key on context|");
-    EXPECT_THAT(m_log->Messages(), ElementsAre("Unable to load certificate or private key file.",
-                                               "Private key does not match the certificate public key.",
+    const std::string line = "Unable to load certificate or private key file.";
+    EXPECT_THAT(m_log->Messages(), ElementsAre(line, line, "Private key does not match the certificate public key.",
                                                "Error: private key does not match the certificate public key"));
 }
 
+TEST_F(RkSSLSocketTest, OnlyCheckingTheFilesThrowsNothing) {
+    EXPECT_EQ(Check(m_key, m_cert), "");
+    EXPECT_EQ(Check(m_dir / "other.key", m_cert), "Private key does not match the certificate public key.");
+    m_log->Clear();
+    EXPECT_THAT(Check(m_cert, m_cert), StartsWith(" unable to read a private key"));
+    EXPECT_EQ(m_log->Messages().front(), "Unable to load private key file.");
+}
+
 TEST_F(RkSSLSocketTest, TellsOfMissingPathsInItsOwnSpelling) {
-    const std::pair<std::string, std::string> cases[] = {
-        {m_key, ""},
-        {m_dir / "other.key", "Private key does not match the certificate public key."},
-        {m_cert, " unable to read a private key"},
-        {"", "Unable to load certificate or priavate key file."}};
-    for (const auto& [key, text] : cases)
-        EXPECT_THAT(RkSSLSocket(key, m_cert, false).ErrMsg(), StartsWith(text)) << key;
-    EXPECT_THAT(m_log->Messages(), Contains("Unable to load private key file."));
+    EXPECT_EQ(Check("", m_cert), "Unable to load certificate or priavate key file.");
 }
 
 TEST_F(RkSSLSocketTest, NothingGoesBeforeASession) {
@@ -105,6 +112,19 @@ TEST_F(RkSSLSocketTest, NothingGoesBeforeASession) {
     m_log->Clear();
     EXPECT_FALSE(socket.setSocketTimeout(-1, 1));
     EXPECT_THAT(m_log->Messages(), ElementsAre("setSocketTimeout: failed to set receive timeout"));
+}
+
+TEST_F(RkSSLSocketTest, AssignmentLosesWhatTheTargetHeld) {
+    struct Exposed : RkSSLSocket {
+        using RkSSLSocket::m_pCtx;
+        using RkSSLSocket::RkSSLSocket;
+    };
+    Exposed target(m_key, m_cert, true), source(m_key, m_cert, true);
+    const std::unique_ptr<kstr::Crypto::SSLContext> lost(target.m_pCtx.get());  // released here instead
+    const auto* const moved = source.m_pCtx.get();
+    target = source;
+    EXPECT_EQ(target.m_pCtx.get(), moved);
+    EXPECT_EQ(source.m_pCtx, nullptr);
 }
 
 TEST_F(RkSSLSocketTest, LogsEachListedAuthorityInOrder) {
@@ -135,23 +155,33 @@ TEST_F(RkSSLSocketTest, LogsEachListedAuthorityInOrder) {
 TEST_F(RkSSLSocketTest, AcceptsACertificateOutOfItsTime) {
     EXPECT_EQ(VerifyPeer(m_ca.Issue({"old", TestCertificate::RSA, -20, -10}).cert, m_ca.Stack()), 1);
     EXPECT_THAT(m_log->Messages(), ElementsAre(VERIFICATION + "Received certificate with bad not-after."));
+    EXPECT_EQ(VerifyPeer(m_ca.Issue({"early", TestCertificate::ECDSA, 100, 200}).cert, m_ca.Stack()), 1);
+    EXPECT_THAT(m_log->Messages(), ElementsAre(VERIFICATION + "Received certificate with bad not-before."));
 }
 
 TEST_F(RkSSLSocketTest, LogsEveryCertificateOfAChain) {
+    EXPECT_EQ(CallBack(7, 10, m_identity.cert), 7);
+    EXPECT_THAT(m_log->Messages(), ElementsAre("Certificate received from peer has errors. Cert Details:\n" +
+                                               m_identity.cert.GetCertDetails() + "\nDepth = 3\nError = 10"));
+}
+
+TEST_F(RkSSLSocketTest, NamesTheErrorOfAChainAndLetsItStand) {
     const auto cert = m_ca.Issue().cert;
-    const std::string details = "Certificate received from peer has errors. Cert Details:\n" + cert.GetCertDetails();
-    EXPECT_EQ(CallBack(7, 10, cert), 7);
-    EXPECT_THAT(m_log->Messages(), ElementsAre(details + "\nDepth = 3\nError = 10"));
-    const std::pair<int, std::string> cases[] = {
-        {2, CONNECTION + "Unable to get Issuer certificate. Issuer: CN=One"},
-        {9, CONNECTION + "Received cert with invalid not-before.  Check system time."},
-        {14, CONNECTION + "Received cert with invalid not-after.  Check system time."},
-        {18, "Error in cert negotiation.  Error = 18 self-signed certificate"}};
-    for (const auto& [error, line] : cases) {
-        EXPECT_EQ(CallBack(0, error, cert), 0);
-        EXPECT_EQ(m_log->Messages().back(), line);
+    const std::string before = CONNECTION + "Received cert with invalid not-before.  Check system time.";
+    const std::string after = CONNECTION + "Received cert with invalid not-after.  Check system time.";
+    const struct {
+        int error;
+        std::string line;
+    } cases[] = {{2, CONNECTION + "Unable to get Issuer certificate. Issuer: CN=One"},
+                 {9, before},
+                 {13, before},
+                 {10, after},
+                 {14, after},
+                 {18, "Error in cert negotiation.  Error = 18 self-signed certificate"}};
+    for (const auto& c : cases) {
+        EXPECT_EQ(CallBack(0, c.error, cert), 0);
+        EXPECT_EQ(m_log->Messages().back(), c.line);
     }
-    m_log->Clear();
     EXPECT_EQ(CallBack(0, 2, {}), 0);
     EXPECT_EQ(m_log->Messages().size(), 1u) << "without a certificate nothing is said of its issuer";
 }
