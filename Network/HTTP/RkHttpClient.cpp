@@ -147,6 +147,7 @@ void RkHttpClient::awaitConnection() {
     RkSelect select;
     select.AddWriter(handle);
     select.AddException(handle);
+    throwIfCanceled("Error connect was canceled.");  // by a cancel that came before there was a handle to wake
     for (std::int64_t steps = m_connectTimeout.Seconds(); steps > 0; --steps) {
         const int ready = select.Select(OneSecond(), true);
         throwIfCanceled("Error connect was canceled.");
@@ -269,8 +270,8 @@ void RkHttpClient::reset() {
 }
 
 void RkHttpClient::cancel() {
-    m_canceled = true;
     const std::lock_guard guard(m_cancelLock);
+    m_canceled = true;
     try {
         if (m_stream)
             m_stream->Abort();

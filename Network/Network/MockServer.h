@@ -44,6 +44,9 @@ public:
     /// Waits for the thread of Run, if there is one. From that thread it throws boost::thread_resource_error.
     void Wait();
 
+    /// Not to be had: the response is the one of the construction.
+    void SetResponse(const std::string& response) = delete;
+
 private:
     void EndThread();
     void ServeOne();

@@ -19,10 +19,12 @@ RkBasicConnection::~RkBasicConnection() {
 }
 
 void RkBasicConnection::Close() {
+    if (!m_socket)
+        return;
     m_stream.reset();
     m_isConnected = false;
     const auto socket = std::move(m_socket);
-    if (!socket || !socket->IsOpen())
+    if (!socket->IsOpen())
         return;
     try {
         socket->Close();

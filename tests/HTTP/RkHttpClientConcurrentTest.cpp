@@ -1,104 +1,149 @@
 #include <gtest/gtest.h>
 
-#include <barrier>
+#include <chrono>
+#include <functional>
 #include <latch>
 #include <list>
+#include <map>
 #include <thread>
-#include <vector>
 
 #include "Network/HTTP/RkHttpClient.h"
+#include "Network/Network/RkDnsCache.h"
 #include "Network/Network/RkNetworkException.h"
+#include "tests/support/FakeResolver.h"
+#include "tests/support/OpenDescriptors.h"
 #include "tests/support/ScriptedPeer.h"
 
 namespace {
 
 constexpr int kAtOnce = 50;
+constexpr int kRounds = 20;
 const RkTimePeriod kLong(0, 0, 10);
 
-/// Runs an exchange with a budget on a thread of its own and cancels it from this one.
-class CanceledGet {
+/// How many exchanges ended with which message.
+using Outcomes = std::map<std::string, int>;
+
+/// An exchange on a thread of its own, with a budget of minutes.
+class RunningGet : private RkHttpClient {
 public:
-    explicit CanceledGet(const std::string& url)
-        : m_client("", 0, kLong, kLong, kLong), m_thread([this, url] { Get(url); }) {}
+    /// @param asked  told when the request has gone out
+    RunningGet(const std::string& url, std::latch& asked)
+        : RkHttpClient("", 0, kLong, kLong, kLong), m_asked(asked), m_thread([this, url] { Get(url); }) {}
 
-    void Cancel() { m_client.cancel(); }
+    using RkHttpClient::cancel;
 
-    /// Joins. @return the message of the exchange's failure
     std::string Outcome() {
         m_thread.join();
         return m_outcome;
     }
 
-    bool Over() const { return m_over; }
-
 private:
+    void writeRequest(const std::string& method, const std::string& data, const RkUrl& url) override {
+        RkHttpClient::writeRequest(method, data, url);
+        m_asked.count_down();
+    }
+
     void Get(const std::string& url) {
         try {
-            m_client.get(RkUrl(url));
+            get(RkUrl(url));
         } catch (const RkNetworkException& e) {
             m_outcome = e.GetMessage();
         }
-        m_over = true;
     }
 
-    RkHttpClient m_client;
+    std::latch& m_asked;
     std::string m_outcome = "no failure";
-    std::atomic<bool> m_over = false;
     std::thread m_thread;
 };
 
-/// Cancels until the exchange has ended: a cancel before its beginning is forgotten by design.
-std::string CancelUntilOver(CanceledGet& get) {
-    while (!get.Over()) {
-        get.Cancel();
-        std::this_thread::yield();
-    }
-    return get.Outcome();
+/// Starts exchanges at once, cancels each once when all have come as far as `begun` tells, and awaits their ends.
+/// @param urlOf  by the exchange's number
+Outcomes CancelAll(const std::function<std::string(int)>& urlOf, std::latch& begun, std::latch& asked) {
+    std::list<RunningGet> gets;
+    for (int i = 0; i < kAtOnce; ++i)
+        gets.emplace_back(urlOf(i), asked);
+    begun.wait();
+    for (auto& get : gets)
+        get.cancel();
+    Outcomes outcomes;
+    for (auto& get : gets)
+        ++outcomes[get.Outcome()];
+    return outcomes;
 }
 
+// The look-up is the last that the outside sees before the connect: the cancels come anywhere from there to the wait.
 TEST(RkHttpClientConcurrent, CancelEndsAConnectThatNobodyAnswers) {
     StuckListener stuck;
-    std::list<CanceledGet> gets;
+    FakeResolver resolver;
+    const auto urlOf = [&](int i) {
+        return "http://h" + std::to_string(i) + ':' + std::to_string(stuck.Address().GetPort()) + '/';
+    };
     for (int i = 0; i < kAtOnce; ++i)
-        gets.emplace_back("http://" + stuck.Address().ToString() + "/");
-    for (auto& get : gets)
-        EXPECT_EQ(CancelUntilOver(get), "Error connect was canceled.");
+        resolver.Add('h' + std::to_string(i), {"127.0.0.1"});
+    const auto before = OpenDescriptors();
+    for (int round = 0; round < kRounds; ++round) {
+        RkDnsCache::Itself().Clear();
+        std::latch resolved(kAtOnce), asked(kAtOnce);
+        resolver.OnLookup([&](const std::string&) { resolved.count_down(); });
+        EXPECT_EQ(CancelAll(urlOf, resolved, asked), (Outcomes{{"Error connect was canceled.", kAtOnce}}));
+    }
+    EXPECT_EQ(OpenDescriptors(), before);
 }
 
 TEST(RkHttpClientConcurrent, CancelEndsTheWaitForAnAnswer) {
-    for (int round = 0; round < 20; ++round) {
-        std::latch asked(1);
-        ScriptedPeer silent([&](ScriptedPeer::Connection& connection) {
-            connection.ReadUntil("\r\n\r\n");
-            asked.count_down();
-            connection.ReadAll();
-        });
-        CanceledGet get("http://" + silent.Address().ToString() + "/");
-        asked.wait();
-        EXPECT_EQ(CancelUntilOver(get), "Error read was canceled.");
+    const auto before = OpenDescriptors();
+    for (int round = 0; round < kRounds; ++round) {
+        ScriptedPeer silent([](ScriptedPeer::Connection& connection) { connection.ReadAll(); });
+        const auto urlOf = [&](int) { return "http://" + silent.Address().ToString() + '/'; };
+        std::latch asked(kAtOnce);
+        EXPECT_EQ(CancelAll(urlOf, asked, asked), (Outcomes{{"Error read was canceled.", kAtOnce}}));
     }
+    EXPECT_EQ(OpenDescriptors(), before);
+}
+
+void AnswerBriefly(ScriptedPeer::Connection& connection) {
+    connection.ReadUntil("\r\n\r\n");
+    connection.Write("HTTP/1.0 200 OK\r\n\r\n");
 }
 
 TEST(RkHttpClientConcurrent, CancelBetweenExchangesLeavesTheNextOneAlone) {
-    ScriptedPeer peer([](ScriptedPeer::Connection& connection) {
-        connection.ReadUntil("\r\n\r\n");
-        connection.Write("HTTP/1.0 200 OK\r\n\r\n");
-    });
-    RkHttpClient client("", 0, kLong, kLong, kLong);
-    std::barrier step(2);
-    std::jthread canceler([&] {
-        for (int i = 0; i < 200; ++i) {
-            step.arrive_and_wait();
-            client.cancel();
-            step.arrive_and_wait();
+    std::list<RkHttpClient> clients;
+    for (int i = 0; i < kAtOnce; ++i)
+        clients.emplace_back("", 0, kLong, kLong, kLong);
+    const auto before = OpenDescriptors();
+    {
+        ScriptedPeer peer(AnswerBriefly);
+        const RkUrl url("http://" + peer.Address().ToString() + '/');
+        for (int round = 0; round < kRounds; ++round) {
+            for (auto& client : clients)
+                ASSERT_NO_THROW(client.get(url));
+            std::jthread([&] {
+                for (auto& client : clients)
+                    client.cancel();
+            }).join();
         }
-    });
-    for (int i = 0; i < 200; ++i) {
-        client.get(RkUrl("http://" + peer.Address().ToString() + "/"));
-        step.arrive_and_wait();
-        step.arrive_and_wait();
     }
-    EXPECT_EQ(client.getHttpResponse(), "HTTP/1.0 200 OK");
+    EXPECT_EQ(OpenDescriptors(), before) << "a canceled client keeps no connection";
+}
+
+TEST(RkHttpClientConcurrent, CancelAtAnyMomentClosesNothingButItsOwn) {
+    ScriptedPeer peer(AnswerBriefly);
+    const RkUrl url("http://" + peer.Address().ToString() + '/');
+    RkHttpClient client("", 0, kLong, kLong, kLong), bystander("", 0, kLong, kLong, kLong);
+    {
+        const std::jthread canceler([&](const std::stop_token& stop) {
+            while (!stop.stop_requested())
+                client.cancel();
+        });
+        for (int i = 0; i < 1000; ++i) {
+            try {
+                client.get(url);
+            } catch (const RkNetworkException&) {  // canceled
+            }
+            ASSERT_NO_THROW(bystander.get(url));
+        }
+    }
+    EXPECT_NO_THROW(client.get(url));
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <future>
 
@@ -14,6 +15,7 @@ using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
 const RkTimePeriod kNone;
+const RkTimePeriod kOneSecond(0, 0, 0, 1);
 const RkTimePeriod kGenerous(0, 0, 1);
 
 std::string UrlOf(const ScriptedPeer& peer, const std::string& rest) {
@@ -38,16 +40,28 @@ private:
     ScriptedPeer m_peer;
 };
 
-/// Gets from a peer that follows `script`. @return the failure's text, or the status line
-std::string Get(const ScriptedPeer::Script& script, const RkTimePeriod& readTimeout = kGenerous) {
-    ScriptedPeer peer(script);
-    RkHttpClient client("", 0, kGenerous, readTimeout, kGenerous);
+/// @return the failure's text, or the status line
+std::string Get(RkHttpClient& client, const std::string& url) {
     try {
-        client.get(RkUrl(UrlOf(peer, "/")));
+        client.get(RkUrl(url));
         return client.getHttpResponse();
     } catch (const RkNetworkException& e) {
         return e.GetMessage();
     }
+}
+
+/// Gets from a peer that follows `script`.
+std::string Get(const ScriptedPeer::Script& script, const RkTimePeriod& readTimeout = kGenerous) {
+    ScriptedPeer peer(script);
+    RkHttpClient client("", 0, kGenerous, readTimeout, kGenerous);
+    return Get(client, UrlOf(peer, "/"));
+}
+
+/// The most memory that this process has had so far.
+long PeakKiB() {
+    rusage usage{};
+    ::getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss;
 }
 
 TEST(RkHttpClient, ReadsTheHeadAndLeavesTheBody) {
@@ -113,7 +127,7 @@ TEST(RkHttpClient, LeavesAnAnswerWithoutStatusLineInTheStream) {
 }
 
 TEST(RkHttpClient, ABeginningInPiecesIsNoStatusLine) {
-    // "ht", then at the next look "htt": the four bytes seen are "htht".
+    // At the second look "ht" is still all there is: the four bytes seen are "htht".
     const auto script = [](ScriptedPeer::Connection& connection) {
         connection.ReadUntil("\r\n\r\n");
         connection.Write("ht");
@@ -133,6 +147,19 @@ TEST(RkHttpClient, TellsHowAnAnswerFailed) {
         {"says nothing", [](auto& c) { c.ReadAll(); }, "Timeout on read."},
         {"ends in the head", [](auto& c) { c.ReadUntil("\r\n\r\n"), c.Write("HTTP/1.0 200 OK\r\nA: 1"); },
          "HTTP/1.0 200 OK"},
+        {"resets in the head", [](auto& c) { c.ReadUntil("\r\n\r\n"), c.Write("HTTP/1.0 200 OK\r\nA"), c.Reset(); },
+         "HTTP/1.0 200 OK"},
+        {"falls silent in the head",
+         [](auto& c) { c.ReadUntil("\r\n\r\n"), c.Write("HTTP/1.0 200 OK\r\nA"), c.ReadAll(); }, "HTTP/1.0 200 OK"},
+        {"a byte at a time",
+         [](auto& c) {
+             c.ReadUntil("\r\n\r\n");
+             for (const char* text : {"HTTP", "/", "1", ".", "0", " ", "2", "\r", "\n", "\r", "\n"})
+                 c.Write(text);
+         },
+         "HTTP/1.0 2"},
+        {"a status line beyond the limit",
+         [](auto& c) { c.ReadUntil("\r\n\r\n"), c.Write("HTTP/1.0 " + std::string(200000, '2')); }, ""},
         {"a field beyond the limit",
          [](auto& c) { c.ReadUntil("\r\n\r\n"), c.Write("HTTP/1.0 200 OK\r\nA: " + std::string(200000, 'x')); },
          "HTTP/1.0 200 OK"},
@@ -145,7 +172,7 @@ TEST(RkHttpClient, TellsHowAnAnswerFailed) {
          "Error reading response header"},
     };
     for (const auto& one : cases)
-        EXPECT_EQ(Get(one.script, RkTimePeriod(0, 0, 0, 1)), one.outcome) << one.name;
+        EXPECT_EQ(Get(one.script, kOneSecond), one.outcome) << one.name;
 }
 
 TEST(RkHttpClient, ARefusedConnectIsANetworkException) {
@@ -156,20 +183,28 @@ TEST(RkHttpClient, ARefusedConnectIsANetworkException) {
 
 TEST(RkHttpClient, AnUnansweredConnectShowsAtTheFirstWrite) {
     StuckListener stuck;
-    RkHttpClient client("", 0, kNone, kGenerous, kNone);
-    auto request = std::async(std::launch::async, [&] {
-        try {
-            client.get(RkUrl("http://" + stuck.Address().ToString() + "/"));
-        } catch (const RkNetworkException& e) {
-            return e.GetMessage();
-        }
-        return std::string();
+    RkHttpClient client("", 0, kOneSecond, kGenerous, RkTimePeriod(0, 0, 0, 0, 10));
+    EXPECT_THAT(Get(client, "http://" + stuck.Address().ToString() + "/"), StartsWith("Device write failed"));
+}
+
+TEST(RkHttpClient, ReadsALongBodyInLittleMemory) {
+    constexpr int kPieces = 100;
+    const std::string piece(1 << 20, 'x');
+    ScriptedPeer peer([&](ScriptedPeer::Connection& connection) {
+        connection.ReadUntil("\r\n\r\n");
+        connection.Write("HTTP/1.0 200 OK\r\n\r\n");
+        for (int i = 0; i < kPieces; ++i)
+            connection.Write(piece);
     });
-    while (request.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready)
-        client.cancel();
-    const std::string outcome = request.get();
-    EXPECT_NE(outcome, "Error connect was canceled.");
-    EXPECT_NE(outcome, "");
+    RkHttpClient client("", 0, kGenerous, kGenerous, kGenerous);
+    client.get(RkUrl(UrlOf(peer, "/")));
+    const long before = PeakKiB();
+    size_t total = 0;
+    char chunk[65536];
+    for (ssize_t count; (count = client.getStream().Read(chunk, sizeof chunk)) > 0;)
+        total += static_cast<size_t>(count);
+    EXPECT_EQ(total, kPieces * piece.size());
+    EXPECT_LT(PeakKiB() - before, 10 * 1024);
 }
 
 TEST(RkHttpClient, HasNoStreamBeforeItsFirstRequest) {

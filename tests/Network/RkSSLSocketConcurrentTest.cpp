@@ -2,7 +2,6 @@
 #include <poll.h>
 #include <unistd.h>
 
-#include <filesystem>
 #include <functional>
 #include <future>
 #include <numeric>
@@ -13,6 +12,7 @@
 #include "Network/Network/RkSSLTimeoutSocket.h"
 #include "examples/StrictTlsSocket.h"
 #include "tests/support/CapturingSink.h"
+#include "tests/support/OpenDescriptors.h"
 #include "tests/support/ScriptedPeer.h"
 #include "tests/support/TempDir.h"
 #include "tests/support/TestCertificates.h"
@@ -37,11 +37,6 @@ std::string Failure(const std::function<void()>& action) {
 }
 
 using Outcome = std::pair<std::string, std::string>;
-
-size_t OpenDescriptors() {
-    const std::filesystem::directory_iterator all("/proc/self/fd");
-    return static_cast<size_t>(std::distance(begin(all), end(all)));
-}
 
 /// Passes a connection on to another address, in pieces of changing size, until `limit` bytes went to the server; then it
 /// resets both ends.
@@ -281,7 +276,7 @@ TEST_F(RkSSLSocketConcurrentTest, AConnectionMayBeCutAnywhere) {
 }
 
 TEST_F(RkSSLSocketConcurrentTest, ManyHandshakesAtOnceLeaveNothingBehind) {
-    const size_t before = OpenDescriptors();
+    const auto before = OpenDescriptors();
     {
         std::vector<std::jthread> threads;
         for (int i = 0; i < 32; ++i)

@@ -3,10 +3,10 @@
 #include <gmock/gmock.h>
 
 #include <cerrno>
-#include <filesystem>
 
 #include "Network/Network/RkNetworkException.h"
 #include "Network/Network/RkUdpBroadcastSocket.h"
+#include "tests/support/OpenDescriptors.h"
 #include "tests/support/OwnNetwork.h"
 
 namespace {
@@ -26,10 +26,6 @@ template <class Socket>
 class RkUdpSocketTest : public ::testing::Test {};
 using BothSockets = ::testing::Types<RkUdpSocket, RkUdpBroadcastSocket>;
 TYPED_TEST_SUITE(RkUdpSocketTest, BothSockets);
-
-std::ptrdiff_t OpenDescriptors() {
-    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator());
-}
 
 TYPED_TEST(RkUdpSocketTest, AnswersWhoeverWroteLast) {
     Owned<TypeParam> server, first(ANY_PORT, server.GetLocalAddress()), second(ANY_PORT, server.GetLocalAddress());
