@@ -111,4 +111,11 @@ void RkHTTPConnection::Send() {
     }
 }
 
+long RkHTTPConnection::GetConnectionsOpened() const {
+    long opened = 0;
+    if (m_curlHandle)
+        curl_easy_getinfo(m_curlHandle, CURLINFO_NUM_CONNECTS, &opened);
+    return opened;
+}
+
 void RkHTTPConnection::Receive() {}

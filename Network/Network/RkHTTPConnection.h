@@ -54,6 +54,9 @@ public:
     int GetResponseCode() const { return static_cast<int>(m_response.code); }
     std::string& GetResponseBody() { return m_response.body; }
 
+    /// @return how many network connections the last Send opened; 0 when it used one that was kept alive
+    long GetConnectionsOpened() const;
+
 private:
     void SetUp(unsigned short port, const RkTimePeriod& timeout);
     void Configure(unsigned short port, const RkTimePeriod& timeout);

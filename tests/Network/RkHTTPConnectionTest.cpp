@@ -81,6 +81,19 @@ TEST_F(RkHTTPConnectionTest, SendsNoHeadersThatWereAddedAfterItWasMade) {
     pool.Done(connection, true);
 }
 
+TEST(RkHTTPConnection, TellsWhetherItOpenedANetworkConnection) {
+    ScriptedPeer peer([](ScriptedPeer::Connection& connection) {
+        while (!connection.ReadUntil("\r\n\r\n").empty())
+            connection.Write("HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n");
+    });
+    RkHTTPConnection connection(nullptr);
+    for (const long opened : {1, 0}) {
+        connection.Connect(peer.Port(), "http://127.0.0.1/", kGenerous);
+        connection.Send();
+        EXPECT_EQ(connection.GetConnectionsOpened(), opened);
+    }
+}
+
 TEST(RkHTTPConnection, TellsATimeOut) {
     std::latch done(1);
     ScriptedPeer silent([&](ScriptedPeer::Connection&) { done.wait(); });

@@ -39,7 +39,15 @@ TEST(ClientCommands, GetAsksAProxyForTheWholeUrl) {
     EXPECT_THAT(ran.output, HasSubstr("x-asked: GET http://127.0.0.9/a HTTP/1.0\n"));
 }
 
+TEST(ClientCommands, GetSaysThatItPassedByAProxy) {
+    ScriptedPeer peer(Answer);
+    const Finished ran = Qornet({"get", "--proxy", UnusedAddress().ToString(), Url(peer, "/a")});
+    EXPECT_EQ(ran.output, "hello");
+    EXPECT_THAT(ran.errors, HasSubstr("the proxy was passed by"));
+}
+
 TEST(ClientCommands, SayWhatWasWrong) {
+    StuckListener stuck;
     ScriptedPeer shortened([](auto& c) {
         c.ReadUntil("\r\n\r\n");
         c.Write("HTTP/1.0 200 OK\r\nContent-Length: 9\r\n\r\nhel");
@@ -52,7 +60,8 @@ TEST(ClientCommands, SayWhatWasWrong) {
         {{"get", "https://127.0.0.1/"}, 2, "qornet fetch https://127.0.0.1/"},
         {{"get", "127.0.0.1/"}, 2, "http://HOST[:PORT]/PATH"},
         {{"get", "--proxy", "nowhere", "http://127.0.0.1/"}, 2, "HOST:PORT"},
-        {{"get", "http://" + UnusedAddress().ToString() + "/"}, 1, "Connection refused"},
+        {{"get", "http://" + UnusedAddress().ToString() + "/"}, 1, "/: Connect failed: Connection refused"},
+        {{"get", "--connect-timeout", "1", "http://" + stuck.Address().ToString() + "/"}, 1, "--connect-timeout"},
         {{"get", Url(shortened, "/")}, 1, "3 bytes of 9"},
         {{"fetch", "http://" + UnusedAddress().ToString() + "/"}, 1, "1 of 1 requests failed"},
     };
@@ -72,7 +81,7 @@ TEST(ClientCommands, FetchPrintsBodiesInOrderAndASummary) {
     EXPECT_EQ(ran.output, "hellononehello");
     EXPECT_EQ(ran.status, 0);
     EXPECT_THAT(ran.errors, HasSubstr("3 requests, 0 failed, 14 bytes in "));
-    EXPECT_THAT(ran.errors, HasSubstr("status 200: 2\nstatus 404: 1\nconnections opened: 1, reused: 2\n"));
+    EXPECT_THAT(ran.errors, HasSubstr("status 200: 2\nstatus 404: 1\nconnections opened: 3, reused: 0\n"));
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -28,25 +29,11 @@ struct Options {
     int timeout = 30;
 };
 
-/// A pool that counts what it makes.
-class CountingPool : public RkHTTPConnectionPool {
-public:
-    using RkHTTPConnectionPool::RkHTTPConnectionPool;
-    RkBasicConnection* CreateConnection() override {
-        ++m_made;
-        return RkHTTPConnectionPool::CreateConnection();
-    }
-    std::size_t GetMade() const { return m_made; }
-
-private:
-    std::atomic<std::size_t> m_made = 0;
-};
-
 /// Fetches all URLs over one pool, several at once, and keeps what the summary tells.
 class Fetcher {
 public:
     explicit Fetcher(const Options& options)
-        : m_options(options), m_pool(0, options.maximum), m_bodies(KeepsBodies() ? options.urls.size() : 0) {
+        : m_options(options), m_pool(0, options.maximum), m_bodies(PrintsBodies() ? options.urls.size() : 0) {
         for (const std::string& header : options.headers)
             m_pool.AddHeader(header.c_str());
     }
@@ -55,14 +42,8 @@ public:
         std::vector<std::jthread> threads;
         for (std::size_t i = std::min<std::size_t>(m_options.maximum, Total()); i > 0; --i)
             threads.emplace_back([this] { FetchUntilDone(); });
-        if (::isatty(STDERR_FILENO))
+        if (m_showsProgress)
             ShowProgress();
-    }
-
-    void PrintBodies() const {
-        for (const std::string& body : m_bodies)
-            std::cout << body;
-        std::cout.flush();
     }
 
     void PrintSummary() const {
@@ -72,7 +53,8 @@ public:
              << std::setprecision(3) << seconds << " s\n";
         for (const auto& [code, count] : m_codes)
             text << "status " << code << ": " << count << '\n';
-        text << "connections opened: " << m_pool.GetMade() << ", reused: " << m_leases - m_pool.GetMade() << '\n';
+        text << "connections opened: " << m_opened << ", reused: " << m_reused << '\n';
+        std::cout.flush();
         std::cerr << text.str();
     }
 
@@ -82,7 +64,10 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
-    bool KeepsBodies() const { return m_options.repeat == 1; }
+    bool PrintsBodies() const { return m_options.repeat == 1; }
+
+    /// Bodies and progress on one terminal would garble each other.
+    bool ShowsProgress() const { return ::isatty(STDERR_FILENO) && !(PrintsBodies() && ::isatty(STDOUT_FILENO)); }
 
     void FetchUntilDone() {
         for (std::size_t next; (next = m_next++) < Total();) {
@@ -97,59 +82,73 @@ private:
         try {
             RkTimePeriod wait(0, 0, 0, m_options.timeout);
             RkBasicConnectionRef lease(m_pool, wait);
-            ++m_leases;
             auto& connection = static_cast<RkHTTPConnection&>(*lease.Get());
             connection.Connect(0, url, wait);  // port 0: each URL's own, where another would stick to the connection
             connection.Send();
             Note(index, connection);
         } catch (const std::exception& e) {
-            NoteFailure(url, e.what());
+            NoteFailure(index, e.what());
         }
     }
 
     void Note(std::size_t index, RkHTTPConnection& connection) {
         if (connection.GetResponseResult() != RkHTTPConnection::HTTP_NO_ERROR)
-            return NoteFailure(m_options.urls[index], connection.GetResponseBody());
+            return NoteFailure(index, connection.GetResponseBody());
         const std::lock_guard guard(m_lock);
         ++m_codes[connection.GetResponseCode()];
         m_bytes += connection.GetResponseBody().size();
-        if (KeepsBodies())
-            m_bodies[index].swap(connection.GetResponseBody());
+        ++(connection.GetConnectionsOpened() > 0 ? m_opened : m_reused);
+        Print(index, std::move(connection.GetResponseBody()));
     }
 
-    void NoteFailure(const std::string& url, const std::string& why) {
-        ++m_failed;
+    void NoteFailure(std::size_t index, const std::string& why) {
         const std::lock_guard guard(m_lock);
-        std::cerr << "qornet: " << url << ": " << why << '\n';
+        ++m_failed;
+        std::cerr << m_clearLine << "qornet: " << m_options.urls[index] << ": " << why << '\n';
+        Print(index, std::string());
+    }
+
+    /// Prints the body as soon as all before it are printed. Called under m_lock, so that nobody runs ahead of a slow output.
+    void Print(std::size_t index, std::string body) {
+        if (!PrintsBodies())
+            return;
+        m_bodies[index] = std::move(body);
+        for (; m_printed < m_bodies.size() && m_bodies[m_printed]; ++m_printed) {
+            std::cout << *m_bodies[m_printed];
+            m_bodies[m_printed] = std::string();
+        }
     }
 
     void ShowProgress() {
         constexpr unsigned kRefreshMilliSeconds = 200;
         while (!m_allDone.wait(kRefreshMilliSeconds)) {
             const std::lock_guard guard(m_lock);
-            std::cerr << '\r' << m_done << " of " << Total() << ", " << m_bytes << " bytes" << std::flush;
+            std::cerr << m_clearLine << m_done << " of " << Total() << ", " << m_bytes << " bytes" << std::flush;
         }
-        std::cerr << "\r\x1b[K";
+        std::cerr << m_clearLine;
     }
 
     const Options& m_options;
     const Clock::time_point m_begin = Clock::now();
-    CountingPool m_pool;
+    const bool m_showsProgress = ShowsProgress();
+    const char* const m_clearLine = m_showsProgress ? "\r\x1b[K" : "";
+    RkHTTPConnectionPool m_pool;
     std::atomic<std::size_t> m_next = 0;
     std::atomic<std::size_t> m_done = 0;
-    std::atomic<std::size_t> m_leases = 0;
-    std::atomic<std::size_t> m_failed = 0;
     RkEvent m_allDone;
-    std::mutex m_lock;  ///< guards what follows, and lines on standard error
+    std::mutex m_lock;  ///< guards what follows, and what is printed
     std::map<int, std::size_t> m_codes;
     std::uint64_t m_bytes = 0;
-    std::vector<std::string> m_bodies;
+    std::size_t m_failed = 0;
+    std::size_t m_opened = 0;
+    std::size_t m_reused = 0;
+    std::vector<std::optional<std::string>> m_bodies;  ///< of the URLs in order; none: not there yet
+    std::size_t m_printed = 0;                         ///< bodies so far
 };
 
 void Fetch(const Options& options) {
     Fetcher fetcher(options);
     fetcher.Run();
-    fetcher.PrintBodies();
     fetcher.PrintSummary();
     if (fetcher.GetFailed() > 0)
         throw CommandFailed(std::to_string(fetcher.GetFailed()) + " of " + std::to_string(fetcher.Total()) +

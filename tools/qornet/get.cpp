@@ -1,8 +1,11 @@
 #include <boost/lexical_cast/try_lexical_convert.hpp>
+#include <cerrno>
 #include <iostream>
 #include <memory>
 #include <string>
+#include <system_error>
 
+#include "Base/RkIO.h"
 #include "Commands.h"
 #include "Network/HTTP/RkHttpClient.h"
 #include "Network/Network/RkNetworkException.h"
@@ -20,6 +23,29 @@ struct Options {
     bool posts = false;
     bool include = false;
 };
+
+/// Tells why there is no connection, where the library's client would let the first write fail.
+class GetClient : public RkHttpClient {
+public:
+    using RkHttpClient::RkHttpClient;
+
+    void writeRequest(const std::string& method, const std::string& postData, const RkUrl& url) override {
+        const auto& socket = dynamic_cast<const RkSocket&>(getStream().GetDevice());
+        const int error = RkIO::IsConnected(socket.GetHandle()) ? 0 : errno;
+        if (error == ENOTCONN)
+            throw RkNetworkException("no connection within --connect-timeout");
+        if (error != 0)
+            throw RkNetworkException("Connect failed: ", error);
+        RkHttpClient::writeRequest(method, postData, url);
+    }
+};
+
+/// The library's text, with the system's words for a number at its end.
+std::string Reason(const RkNetworkException& failure) {
+    const std::string text = failure.what();
+    const std::string connect = "Connect failed: ";
+    return text.starts_with(connect) ? connect + std::generic_category().message(failure.GetOsErrno()) : text;
+}
 
 RkTimePeriod Seconds(int seconds) { return RkTimePeriod(0, 0, 0, seconds); }
 
@@ -78,7 +104,8 @@ void PrintBody(RkHttpClient& client) {
     long long total = 0;
     ssize_t count = 0;
     while ((count = client.getStream().Read(chunk, sizeof chunk)) > 0) {
-        std::cout.write(chunk, count);
+        if (!std::cout.write(chunk, count))
+            return;  // which is told to the user when all is over
         total += count;
     }
     std::cout.flush();
@@ -92,7 +119,7 @@ void PrintBody(RkHttpClient& client) {
 void Get(const Options& options) {
     const RkUrl url(options.url);
     CheckUrl(url);
-    RkHttpClient client("", 0, Seconds(options.connectTimeout), Seconds(options.readTimeout), RkTimePeriod());
+    GetClient client("", 0, Seconds(options.connectTimeout), Seconds(options.readTimeout), RkTimePeriod());
     SetUp(client, options);
     try {
         if (options.posts)
@@ -100,8 +127,10 @@ void Get(const Options& options) {
         else
             client.get(url);
     } catch (const RkNetworkException& e) {
-        throw CommandFailed(options.url + ": " + e.what());
+        throw CommandFailed(options.url + ": " + Reason(e));
     }
+    if (!options.proxy.empty() && !client.getUseProxy())
+        std::cerr << "qornet: the proxy was passed by: it has the address of the URL's host\n";
     if (options.include)
         PrintHead(client);
     PrintBody(client);
@@ -120,12 +149,13 @@ void AddGet(CLI::App& app) {
     command->add_option("--proxy-user", options->proxyUser, "Basic credentials for the proxy; sent without one too")
         ->type_name("USER:PASSWORD");
     command->add_option("--connect-timeout", options->connectTimeout, "Seconds to wait for the connection")
-        ->check(CLI::Range(0, MOST))
+        ->check(CLI::Range(1, MOST))
         ->capture_default_str();
     command->add_option("--read-timeout", options->readTimeout, "Seconds without a byte before giving up; 0: none")
         ->check(CLI::Range(0, MOST))
         ->capture_default_str();
     command->add_flag("--include", options->include, "Print status line and fields first");
+    command->footer("An HTTP error status is an answer, not a failure; --include shows it.");
     command->callback([options, post] {
         options->posts = post->count() > 0;
         Get(*options);
