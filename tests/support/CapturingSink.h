@@ -5,7 +5,6 @@
 #include <memory>
 #include <mutex>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "Diag/RkLogger.h"
@@ -52,17 +51,15 @@ private:
     std::vector<Record> m_records;
 };
 
-/// For one scope, logging goes to a capturing sink, with a level for everything below `name`; then standard error and the
-/// root's usual level again.
+/// For one scope, logging from a level on goes to a capturing sink; then standard error and the usual level again.
 class LogCapture {
 public:
-    explicit LogCapture(kstr::diag::RkLevel level = kstr::diag::LV_ALL, std::string name = "")
-        : m_name(std::move(name)) {
+    explicit LogCapture(kstr::diag::RkLevel level = kstr::diag::LV_ALL) {
         kstr::diag::RkLogger::setSink(m_sink);
-        kstr::diag::RkLogger::setLevel(m_name, level);
+        kstr::diag::RkLogger::setLevel("", level);
     }
     ~LogCapture() {
-        kstr::diag::RkLogger::setLevel(m_name, kstr::diag::LV_WARN);
+        kstr::diag::RkLogger::setLevel("", kstr::diag::LV_WARN);
         kstr::diag::RkLogger::setSink(nullptr);
     }
     LogCapture(const LogCapture&) = delete;
@@ -71,6 +68,5 @@ public:
     CapturingSink* operator->() const { return m_sink.get(); }
 
 private:
-    const std::string m_name;
     const std::shared_ptr<CapturingSink> m_sink = std::make_shared<CapturingSink>();
 };

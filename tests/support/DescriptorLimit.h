@@ -3,35 +3,23 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <algorithm>
+#include <filesystem>
 #include <string>
+
+#include "tests/support/ChildProcess.h"
 
 /// Names the test by `--gtest_filter` (a DISABLED_ one, which runs nowhere else).
 /// @return whether it passed; skips the calling test where the limit cannot be had
-inline bool PassesWithDescriptorLimit(rlim_t limit, const std::string& filter) {
+inline bool PassesWithDescriptorLimit(int limit, const std::string& filter) {
     constexpr int REFUSED = 77;
-    const std::string argument = "--gtest_filter=" + filter;
-    const pid_t child = ::fork();
-    if (child == 0) {
-        rlimit limits{};
-        ::getrlimit(RLIMIT_NOFILE, &limits);
-        limits.rlim_cur = limit;
-        limits.rlim_max = std::max(limits.rlim_max, limit);
-        if (::setrlimit(RLIMIT_NOFILE, &limits) == -1)
-            ::_exit(REFUSED);
-        ::execl("/proc/self/exe", "child", argument.c_str(), "--gtest_also_run_disabled_tests", "--gtest_brief=1",
-                nullptr);
-        ::_exit(1);
-    }
-    int status = -1;
-    ::waitpid(child, &status, 0);
-    if (WIFEXITED(status) && WEXITSTATUS(status) == REFUSED) {
+    const std::string number = std::to_string(limit);
+    const std::string script = "ulimit -S -n " + number + " || ulimit -n " + number + " || exit 77; exec \"$0\" \"$@\"";
+    const Finished ran = RunProgram({"/bin/sh", "-c", script, std::filesystem::read_symlink("/proc/self/exe"),
+                                     "--gtest_filter=" + filter, "--gtest_also_run_disabled_tests", "--gtest_brief=1"});
+    if (ran.status == REFUSED)
         [&] { GTEST_SKIP() << "the system refuses a descriptor limit of " << limit; }();
-        return true;
-    }
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    else if (ran.status != 0)
+        std::cout << ran.output << ran.errors;
+    return ran.status == 0 || ran.status == REFUSED;
 }

@@ -1,8 +1,8 @@
 #include "tests/support/FakeResolver.h"
 
-#include <arpa/inet.h>
 #include <dlfcn.h>
 #include <netdb.h>
+#include <netinet/in.h>
 
 #include <algorithm>
 #include <atomic>
@@ -17,12 +17,9 @@ Function* System(const char* name) {
     return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
 }
 
-std::string TextOf(const sockaddr* address) {
-    const void* const bytes = address->sa_family == AF_INET
-                                  ? static_cast<const void*>(&reinterpret_cast<const sockaddr_in*>(address)->sin_addr)
-                                  : &reinterpret_cast<const sockaddr_in6*>(address)->sin6_addr;
+std::string TextOf(const sockaddr* address, socklen_t length) {
     char text[INET6_ADDRSTRLEN] = "";
-    inet_ntop(address->sa_family, bytes, text, sizeof text);
+    System<decltype(getnameinfo)>("getnameinfo")(address, length, text, sizeof text, nullptr, 0, NI_NUMERICHOST);
     return text;
 }
 
@@ -51,7 +48,7 @@ extern "C" int getnameinfo(const sockaddr* address, socklen_t length, char* host
     if (!fake || !host)
         return System<decltype(getnameinfo)>("getnameinfo")(address, length, host, hostLength, service, serviceLength,
                                                             flags);
-    const std::string name = fake->Reverse(TextOf(address));
+    const std::string name = fake->Reverse(TextOf(address, length));
     if (name.empty() || name.size() >= hostLength)
         return EAI_NONAME;
     std::memcpy(host, name.c_str(), name.size() + 1);

@@ -15,14 +15,10 @@ int Checked(int result, const char* call) {
     return result;
 }
 
-int TcpSocket() { return Checked(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0), "socket"); }
-
 int BoundToLoopback() {
-    const int fd = TcpSocket();
-    sockaddr_in any{};
-    any.sin_family = AF_INET;
-    any.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    Checked(::bind(fd, reinterpret_cast<sockaddr*>(&any), sizeof any), "bind");
+    const int fd = Checked(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0), "socket");
+    const sockaddr_in any{AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
+    Checked(::bind(fd, reinterpret_cast<const sockaddr*>(&any), sizeof any), "bind");
     return fd;
 }
 
@@ -32,55 +28,14 @@ int Listening(int backlog) {
     return fd;
 }
 
-sockaddr_in NameOf(int fd) {
+RkInetAddress AddressOf(int fd) {
     sockaddr_in name{};
     socklen_t length = sizeof name;
     Checked(::getsockname(fd, reinterpret_cast<sockaddr*>(&name), &length), "getsockname");
-    return name;
-}
-
-RkInetAddress AddressOf(int fd) {
-    const sockaddr_in name = NameOf(fd);
     return {&name, sizeof name};
 }
 
 }  // namespace
-
-std::string ScriptedPeer::Connection::Read() {
-    char data[65536];
-    const ssize_t count = ::recv(m_fd, data, sizeof data, 0);
-    return count > 0 ? std::string(data, static_cast<std::size_t>(count)) : std::string();
-}
-
-std::string ScriptedPeer::Connection::ReadUntil(const std::string& end) {
-    std::string text;
-    for (std::string more; text.find(end) == std::string::npos && !(more = Read()).empty();)
-        text += more;
-    return text;
-}
-
-std::string ScriptedPeer::Connection::ReadAll() {
-    std::string text;
-    for (std::string more; !(more = Read()).empty();)
-        text += more;
-    return text;
-}
-
-void ScriptedPeer::Connection::Write(const std::string& text) {
-    for (std::size_t sent = 0; sent < text.size();) {
-        const ssize_t count = ::send(m_fd, text.data() + sent, text.size() - sent, MSG_NOSIGNAL);
-        if (count < 0)
-            return;
-        sent += static_cast<std::size_t>(count);
-    }
-}
-
-void ScriptedPeer::Connection::ShutdownWrite() { ::shutdown(m_fd, SHUT_WR); }
-
-void ScriptedPeer::Connection::Reset() {
-    const linger atOnce{1, 0};
-    ::setsockopt(m_fd, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
-}
 
 ScriptedPeer::ScriptedPeer(Script script)
     : m_script(std::move(script)), m_listener(Listening(128)), m_address(AddressOf(m_listener)) {
@@ -104,7 +59,6 @@ void ScriptedPeer::Run() {
         Connection connection(fd);
         m_script(connection);
         SetCurrent(-1);
-        ::close(fd);
     }
 }
 
@@ -115,15 +69,10 @@ void ScriptedPeer::SetCurrent(int fd) {
         ::shutdown(fd, SHUT_RDWR);
 }
 
-StuckListener::StuckListener() : m_listener(Listening(0)), m_address(AddressOf(m_listener)), m_filler(TcpSocket()) {
-    const sockaddr_in name = NameOf(m_listener);
-    Checked(::connect(m_filler, reinterpret_cast<const sockaddr*>(&name), sizeof name), "connect");
-}
+StuckListener::StuckListener()
+    : m_listener(Listening(0)), m_address(AddressOf(m_listener)), m_filler(m_address.GetPort()) {}
 
-StuckListener::~StuckListener() {
-    ::close(m_filler);
-    ::close(m_listener);
-}
+StuckListener::~StuckListener() { ::close(m_listener); }
 
 RkInetAddress UnusedAddress() {
     const int fd = BoundToLoopback();

@@ -1,5 +1,4 @@
-/// The other end of a TCP connection, following a script on a thread of its own. Made of plain system calls, so that it does
-/// not depend on what it tests.
+/// The other end of a TCP connection, following a script on a thread of its own.
 #pragma once
 
 #include <functional>
@@ -8,25 +7,13 @@
 #include <thread>
 
 #include "Network/Network/RkInetAddress.h"
+#include "tests/support/TestClient.h"
 
 /// Listens on 127.0.0.1, on a port that the system chose, and runs the script for each connection, one after another, until
 /// it is destroyed; whatever the script waits for on the connection ends then. A connection is closed after its script.
 class ScriptedPeer {
 public:
-    class Connection {
-    public:
-        explicit Connection(int fd) : m_fd(fd) {}
-
-        std::string Read();                             ///< one receive; empty at the end or after an error
-        std::string ReadUntil(const std::string& end);  ///< up to and with `end` at least, or to the end of the stream
-        std::string ReadAll();
-        void Write(const std::string& text);  ///< all of it, or until the other end is gone
-        void ShutdownWrite();                 ///< the other end sees the end of the stream
-        void Reset();                         ///< makes the close after the script an error for the other end
-
-    private:
-        const int m_fd;
-    };
+    using Connection = PlainConnection;
     using Script = std::function<void(Connection&)>;
 
     explicit ScriptedPeer(Script script);
@@ -61,7 +48,7 @@ public:
 private:
     const int m_listener;
     const RkInetAddress m_address;
-    const int m_filler;  ///< takes the only place in the queue
+    const TestClient m_filler;  ///< takes the only place in the queue
 };
 
 /// An address of 127.0.0.1 at which nobody listened a moment ago.

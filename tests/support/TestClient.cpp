@@ -8,54 +8,59 @@
 #include <stdexcept>
 #include <utility>
 
-TestClient::TestClient(std::uint16_t port) : m_socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-    const timeval patience{30, 0};
-    ::setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    if (::connect(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-        ::close(m_socket);
-        throw std::runtime_error("cannot connect to port " + std::to_string(port));
-    }
-}
-
-TestClient::~TestClient() {
-    if (m_socket != -1)
-        ::close(m_socket);
-}
-
-void TestClient::Send(const std::string& text) {
-    for (std::size_t sent = 0; sent < text.size();) {
-        const ssize_t count = ::send(m_socket, text.data() + sent, text.size() - sent, MSG_NOSIGNAL);
-        if (count <= 0)
-            return;
-        sent += static_cast<std::size_t>(count);
-    }
-}
-
-void TestClient::EndSending() { ::shutdown(m_socket, SHUT_WR); }
-
-void TestClient::Reset() {
-    const linger reset{1, 0};
-    ::setsockopt(m_socket, SOL_SOCKET, SO_LINGER, &reset, sizeof reset);
-    ::close(std::exchange(m_socket, -1));
-}
-
-std::string TestClient::Read(std::size_t count) {
-    std::string text;
+std::string PlainConnection::Read() {
     char data[65536];
-    while (text.size() < count) {
-        const ssize_t got = ::recv(m_socket, data, std::min(sizeof data, count - text.size()), 0);
-        if (got <= 0)
-            break;
-        text.append(data, static_cast<std::size_t>(got));
-    }
+    return {data, static_cast<std::size_t>(std::max<ssize_t>(0, ::recv(m_fd, data, sizeof data, 0)))};
+}
+
+std::string PlainConnection::Read(std::size_t count) {
+    std::string text(count, '\0');
+    text.resize(static_cast<std::size_t>(std::max<ssize_t>(0, ::recv(m_fd, text.data(), count, MSG_WAITALL))));
     return text;
 }
 
-std::string TestClient::ReadAll() { return Read(std::string::npos); }
+std::string PlainConnection::ReadUntil(const std::string& end) {
+    std::string text;
+    for (std::string more; text.find(end) == std::string::npos && !(more = Read()).empty();)
+        text += more;
+    return text;
+}
+
+std::string PlainConnection::ReadAll() {
+    std::string text;
+    for (std::string more; !(more = Read()).empty();)
+        text += more;
+    return text;
+}
+
+void PlainConnection::Write(const std::string& text) {
+    ssize_t count = 0;
+    for (std::size_t sent = 0; count >= 0 && sent < text.size(); sent += static_cast<std::size_t>(count))
+        count = ::send(m_fd, text.data() + sent, text.size() - sent, MSG_NOSIGNAL);
+}
+
+void PlainConnection::ShutdownWrite() { ::shutdown(m_fd, SHUT_WR); }
+
+void PlainConnection::Reset() {
+    const linger atOnce{1, 0};
+    ::setsockopt(m_fd, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+}
+
+void PlainConnection::Close() {
+    if (m_fd != -1)
+        ::close(std::exchange(m_fd, -1));
+}
+
+TestClient::TestClient(std::uint16_t port) : PlainConnection(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    const sockaddr_in address{AF_INET, htons(port), {htonl(INADDR_LOOPBACK)}, {}};
+    if (::connect(m_fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
+        throw std::runtime_error("cannot connect to port " + std::to_string(port));
+}
+
+void TestClient::Reset() {
+    PlainConnection::Reset();
+    Close();
+}
 
 std::string Ask(std::uint16_t port, const std::string& request) {
     TestClient client(port);

@@ -8,8 +8,8 @@
 /// An HTTP server on a port of 127.0.0.1 that the system chose; listens when its constructor returns.
 class TestHttpServer : public RkHttpServer {
 public:
-    explicit TestHttpServer(const std::string& root, unsigned timeout = 0)
-        : RkHttpServer(NotStarted(), RkInetAddress("127.0.0.1", 0), nullptr, root, timeout) {
+    explicit TestHttpServer(const std::string& root, unsigned timeout = 0, RkTcpSocketFactory* sockets = nullptr)
+        : RkHttpServer(NotStarted(), RkInetAddress("127.0.0.1", 0), sockets, root, timeout) {
         Bind(1000);
         Start();
     }

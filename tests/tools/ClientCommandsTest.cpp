@@ -3,17 +3,12 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/ChildProcess.h"
+#include "tests/support/Qornet.h"
 #include "tests/support/ScriptedPeer.h"
 
 using ::testing::HasSubstr;
 
 namespace {
-
-Finished Qornet(std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin(), QORNET_PATH);
-    return RunProgram(std::move(arguments));
-}
 
 /// Answers every request with what it was asked and a fixed body.
 void Answer(ScriptedPeer::Connection& connection) {

@@ -3,17 +3,12 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/ChildProcess.h"
+#include "tests/support/Qornet.h"
 
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
 namespace {
-
-Finished Qornet(std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin(), QORNET_PATH);
-    return RunProgram(std::move(arguments));
-}
 
 TEST(CommandsTest, PrintsOneFieldALine) {
     const struct {

@@ -6,7 +6,7 @@
 #include <fstream>
 #include <memory>
 
-#include "tests/support/ChildProcess.h"
+#include "tests/support/Qornet.h"
 #include "tests/support/TempDir.h"
 #include "tests/support/TestClient.h"
 
@@ -28,12 +28,9 @@ protected:
     }
 
     void Start(std::vector<std::string> options = {}) {
-        options.insert(options.begin(), {QORNET_PATH, "serve", "--port", "0", "--root", m_root});
-        m_server = std::make_unique<ChildProcess>(std::move(options));
-        const std::string line = m_server->ReadLine();
-        const std::string start = "listening on http://127.0.0.1:";
-        ASSERT_THAT(line, AllOf(StartsWith(start), EndsWith("/")));
-        m_port = static_cast<std::uint16_t>(std::stoi(line.substr(start.size())));
+        options.insert(options.begin(), {"serve", "--port", "0", "--root", m_root});
+        m_server = std::make_unique<QornetServer>("http", std::move(options));
+        m_port = m_server->Port();
     }
 
     void Write(const std::string& name, const std::string& content) { std::ofstream(m_root + "/" + name) << content; }
@@ -44,14 +41,9 @@ protected:
         while (Get(target).find(text) == std::string::npos) {}
     }
 
-    int Stop() {
-        m_server->Signal(SIGTERM);
-        return m_server->Wait();
-    }
-
     const TempDir m_dir;
     const std::string m_root = m_dir / "<b>site";
-    std::unique_ptr<ChildProcess> m_server;
+    std::unique_ptr<QornetServer> m_server;
     std::uint16_t m_port = 0;
 };
 
@@ -59,7 +51,7 @@ TEST_F(ServeTest, ServesFilesAndStopsCleanly) {
     Start();
     EXPECT_EQ(Get("/hello.txt"), "HTTP/1.0 200 OK\r\nContent-Type: text/plain\r\nContent-Length: 6\r\n\r\nhello\n");
     EXPECT_THAT(Get("/../../../../etc/passwd"), StartsWith("HTTP/1.0 404 Not Found\r\n"));
-    EXPECT_EQ(Stop(), 0);
+    EXPECT_EQ(m_server->Stop(), 0);
     EXPECT_THAT(m_server->GetErrors(), IsEmpty());
 }
 
@@ -138,7 +130,7 @@ TEST_F(ServeTest, StopsWithinTwoSecondsInSpiteOfSilentAndStalledClients) {
     stalled.Send("GET /large.bin HTTP/1.0\r\n\r\n");
     stalled.Read(1000);
     const auto begin = std::chrono::steady_clock::now();
-    EXPECT_EQ(Stop(), 0);
+    EXPECT_EQ(m_server->Stop(), 0);
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2));
 }
 
@@ -148,8 +140,7 @@ TEST_F(ServeTest, SaysWhenItsPortIsTakenAndWritesTheOneItGot) {
     std::string port;
     file >> port;
     EXPECT_EQ(port, std::to_string(m_port));
-    const Finished second =
-        RunProgram({QORNET_PATH, "serve", "--root", "/nonexistent", "--root", m_root, "--port", port});
+    const Finished second = Qornet({"serve", "--root", "/nonexistent", "--root", m_root, "--port", port});
     EXPECT_EQ(second.status, 1);
     EXPECT_EQ(second.errors, "qornet: cannot listen on 127.0.0.1:" + port +
                                  ": Address already in use; choose another --port (0 picks a free one) or --address\n");
@@ -165,16 +156,13 @@ TEST_F(ServeTest, RaisesALowLimitOnDescriptors) {
 }
 
 TEST(EchoTest, SendsBackWhatItGetsAndStopsCleanly) {
-    ChildProcess server({QORNET_PATH, "echo", "tcp"});
-    const std::string line = server.ReadLine();
-    ASSERT_THAT(line, StartsWith("listening on tcp://127.0.0.1:"));
-    TestClient client(static_cast<std::uint16_t>(std::stoi(line.substr(line.rfind(':') + 1))));
+    QornetServer server("tcp", {"echo", "tcp"});
+    TestClient client(server.Port());
     const std::string text(100'000, 'e');
     client.Send(text);
     client.EndSending();
     EXPECT_EQ(client.ReadAll(), text);
-    server.Signal(SIGINT);
-    EXPECT_EQ(server.Wait(), 0);
+    EXPECT_EQ(server.Stop(SIGINT), 0);
 }
 
 }  // namespace

@@ -6,7 +6,7 @@
 #include <thread>
 
 #include "Network/Network/RkUdpSocket.h"
-#include "tests/support/ChildProcess.h"
+#include "tests/support/Qornet.h"
 #include "tests/support/TempDir.h"
 #include "tests/support/TestClient.h"
 
@@ -16,11 +16,6 @@ using testing::IsEmpty;
 using testing::MatchesRegex;
 
 namespace {
-
-Finished Qornet(std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin(), QORNET_PATH);
-    return RunProgram(std::move(arguments));
-}
 
 std::vector<std::string> Lines(const std::string& path) {
     std::ifstream file(path);
@@ -103,15 +98,13 @@ TEST(RangeCommandTest, TestsAddressesAgainstRangesAndFiles) {
 TEST(AccessLogTest, WritesAWholeLineForEachRequestAndGoesOnInANewFile) {
     const TempDir dir;
     const std::string log = dir / "log";
-    ChildProcess server({QORNET_PATH, "serve", "--port", "0", "--root", dir / "", "--access-log", log});
-    const std::string line = server.ReadLine();
-    const auto port = static_cast<std::uint16_t>(std::stoi(line.substr(line.rfind(':') + 1)));
+    QornetServer server("http", {"serve", "--port", "0", "--root", dir / "", "--access-log", log});
     {
         std::vector<std::jthread> clients;
         for (int i = 0; i < 4; ++i)
             clients.emplace_back([&] {
                 for (int n = 0; n < 50; ++n)
-                    Ask(port, "GET /a\"\\\x01?q HTTP/1.0\r\nReferer: r\r\nUser-Agent: t\xe9st\r\n\r\n");
+                    Ask(server.Port(), "GET /a\"\\\x01?q HTTP/1.0\r\nReferer: r\r\nUser-Agent: t\xe9st\r\n\r\n");
             });
     }
     const std::string whole = R"(127\.0\.0\.1 - - \[[0-9]{2}/[A-Za-z]{3}/[0-9]{4}(:[0-9]{2}){3} [-+][0-9]{4}\] )"
@@ -123,22 +116,18 @@ TEST(AccessLogTest, WritesAWholeLineForEachRequestAndGoesOnInANewFile) {
     server.Signal(SIGHUP);
     while (!std::filesystem::exists(log)) {}
     while (Lines(log).empty())
-        Ask(port, "GET / HTTP/1.0\r\n\r\n");
-    server.Signal(SIGTERM);
-    EXPECT_EQ(server.Wait(), 0);
+        Ask(server.Port(), "GET / HTTP/1.0\r\n\r\n");
+    EXPECT_EQ(server.Stop(), 0);
 }
 
 TEST(EchoUdpTest, SendsBackWhatItGetsAndStopsCleanly) {
-    ChildProcess server({QORNET_PATH, "echo", "udp"});
-    const std::string line = server.ReadLine();
-    const auto port = static_cast<RkUInt16>(std::stoi(line.substr(line.rfind(':') + 1)));
-    RkUdpSocket client(RkInetAddress("127.0.0.1", 0), RkInetAddress("127.0.0.1", port));
+    QornetServer server("udp", {"echo", "udp"});
+    RkUdpSocket client(RkInetAddress("127.0.0.1", 0), RkInetAddress("127.0.0.1", server.Port()));
     client.Write("hello", 5);
     char answer[16];
     EXPECT_EQ(client.Read(answer, sizeof answer, RkTimePeriod(0, 0, 0, 20)), 5);
     client.Close();
-    server.Signal(SIGINT);
-    EXPECT_EQ(server.Wait(), 0);
+    EXPECT_EQ(server.Stop(SIGINT), 0);
 }
 
 }  // namespace
