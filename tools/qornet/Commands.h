@@ -25,6 +25,12 @@ public:
 /// Largest number of seconds, or of repeats, that an option takes; the clocks have room for it.
 constexpr int MOST = 1'000'000'000;
 
+/// Bounds that the help does not spell out: nobody needs to know them before passing them.
+template <class Number>
+CLI::Validator Within(Number least, Number most) {
+    return CLI::Range(least, most).description("");
+}
+
 void AddServe(CLI::App& app);
 void AddTls(CLI::App& app);
 void AddGet(CLI::App& app);

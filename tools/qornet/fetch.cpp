@@ -164,15 +164,17 @@ void AddFetch(CLI::App& app) {
     command
         ->add_option("--repeat", options->repeat,
                      "Fetch all so many times; with more than one, bodies are only counted")
-        ->check(CLI::Range(1, MOST))
+        ->check(Within(1, MOST))
+        ->type_name("TIMES")
         ->capture_default_str();
-    command->add_option("--max", options->maximum, "Connections at a time")
-        ->check(CLI::Range(1, 1000))
+    command->add_option("--max", options->maximum, "Connections at a time, at most 1000")
+        ->check(Within(1, 1000))
         ->capture_default_str();
     command->add_option("--header", options->headers, "A header line to send (\"Name: value\"); may be given again")
         ->allow_extra_args(false);
     command->add_option("--timeout", options->timeout, "Seconds for one request; 0: none")
-        ->check(CLI::Range(0, MOST))
+        ->check(Within(0, MOST))
+        ->type_name("SECONDS")
         ->capture_default_str();
     command->footer("A summary goes to standard error. An HTTP error status is an answer, not a failure.");
     command->callback([options] { Fetch(*options); });

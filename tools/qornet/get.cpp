@@ -149,10 +149,12 @@ void AddGet(CLI::App& app) {
     command->add_option("--proxy-user", options->proxyUser, "Basic credentials for the proxy; sent without one too")
         ->type_name("USER:PASSWORD");
     command->add_option("--connect-timeout", options->connectTimeout, "Seconds to wait for the connection")
-        ->check(CLI::Range(1, MOST))
+        ->check(Within(1, MOST))
+        ->type_name("SECONDS")
         ->capture_default_str();
     command->add_option("--read-timeout", options->readTimeout, "Seconds without a byte before giving up; 0: none")
-        ->check(CLI::Range(0, MOST))
+        ->check(Within(0, MOST))
+        ->type_name("SECONDS")
         ->capture_default_str();
     command->add_flag("--include", options->include, "Print status line and fields first");
     command->footer("An HTTP error status is an answer, not a failure; --include shows it.");

@@ -89,12 +89,12 @@ void AddLimits(CLI::App& command, ServeOptions& options) {
         .add_option("--max-head-time", options.maxHeadTime,
                     "Seconds from the accept to the end of the request's head, a TLS handshake included (0: no limit)")
         ->capture_default_str()
-        ->check(CLI::Range(0.0, double{MOST}));
+        ->check(Within(0.0, double{MOST}));
     command.add_option("--max-peer", options.maxPeer, "Connections that one peer may have at a time (0: no limit)")
         ->capture_default_str();
     command.add_option("--drain", options.drain, "Seconds that running answers have to finish when the server stops")
         ->capture_default_str()
-        ->check(CLI::Range(0.0, double{MOST}));
+        ->check(Within(0.0, double{MOST}));
 }
 
 void AddCredentials(CLI::App& command, ServeOptions& options) {

@@ -106,7 +106,7 @@ void AddVisits(CLI::App& app) {
     const auto options = std::make_shared<VisitsOptions>();
     CLI::App* command = app.add_subcommand("visits", "Count visits and hits of each user in a web access log");
     command->add_option("--delay", options->delay, "Seconds without a request after which the next one is a visit")
-        ->check(CLI::Range(0, MOST))
+        ->check(Within(0, MOST))
         ->capture_default_str();
     command->add_option("FILE", options->file, "The log; standard input if none is named");
     command->footer(
