@@ -16,44 +16,36 @@ using kstr::Crypto::SSLContext;
 
 class SSLContextTest : public ::testing::Test {
 protected:
-    using ContextPtr = std::unique_ptr<SSLContext>;
-
-    static ContextPtr NewContext() { return SSLContext::Create(SSLContext::Method::TLSV12); }
+    SSLContextTest() { MakeSelfSigned().Write(m_dir / "ec"); }
     /// The object of OpenSSL behind a context.
-    static const SSL_CTX* Behind(const ContextPtr& context) {
-        return SSL_get_SSL_CTX(context->CreateConnection()->Get());
+    static const SSL_CTX* Behind(const SSLContext& context) {
+        return SSL_get_SSL_CTX(context.CreateConnection()->Get());
     }
 
-    ContextPtr Load(const std::string& cert, const std::string& key) const {
-        auto context = NewContext();
+    std::unique_ptr<SSLContext> Load(const std::string& cert = "ec.pem", const std::string& key = "ec.key") const {
+        auto context = SSLContext::Create(SSLContext::Method::TLSV12);
         context->UseCert(m_dir / cert);
         context->UsePrivateKey(m_dir / key, 1);
         return context;
     }
-    ContextPtr Load() const { return Load("ec.pem", "ec.key"); }
-    void Write(const std::string& base, TestCertificate::Kind kind) {
-        MakeSelfSigned({"localhost", kind}).Write(m_dir / base);
-    }
 
-    TempDir m_dir;
+    const TempDir m_dir;
 };
 
 TEST_F(SSLContextTest, AReplacedFileIsReadByTheNextContext) {
-    Write("ec", TestCertificate::ECDSA);
     auto last = Load(), next = Load();
-    EXPECT_NE(Behind(last), Behind(next)) << "files this young may change within the tick of their times";
-    for (; Behind(last) != Behind(next); next = Load())
+    EXPECT_NE(Behind(*last), Behind(*next)) << "files this young may change within the tick of their times";
+    for (; Behind(*last) != Behind(*next); next = Load())
         last = std::move(next);
-    Write("ec", TestCertificate::ECDSA);
-    EXPECT_NE(Behind(Load()), Behind(next));
+    MakeSelfSigned().Write(m_dir / "ec");
+    EXPECT_NE(Behind(*Load()), Behind(*next));
     std::ofstream(m_dir / "ec.key").close();
     EXPECT_THROW(Load(), BasicException) << "what is remembered does not stand in for a bad file";
 }
 
 TEST_F(SSLContextTest, TellsWhetherKeyAndCertificateMatch) {
-    Write("ec", TestCertificate::ECDSA);
-    Write("ec2", TestCertificate::ECDSA);
-    Write("rsa", TestCertificate::RSA);
+    MakeSelfSigned().Write(m_dir / "ec2");
+    MakeSelfSigned({"localhost", TestCertificate::RSA}).Write(m_dir / "rsa");
     const struct {
         const char *cert, *key;
         bool match;
@@ -66,9 +58,8 @@ TEST_F(SSLContextTest, TellsWhetherKeyAndCertificateMatch) {
 }
 
 TEST_F(SSLContextTest, BadSettingsThrowTheWholeQueueAndLeaveItEmpty) {
-    Write("ec", TestCertificate::ECDSA);
     std::ofstream(m_dir / "cut.pem") << "-----BEGIN CERTIFICATE-----\nMIIB\n";
-    const auto context = NewContext();
+    const auto context = SSLContext::Create(SSLContext::Method::TLSV12);
     const std::function<void()> steps[] = {
         [&] { context->SetCipherString("NO-SUCH-CIPHER"); },      [&] { context->UseCert(m_dir / "cut.pem"); },
         [&] { context->UseCert(m_dir / "missing.pem"); },         [&] { context->UseCert("/dev/zero"); },

@@ -1,8 +1,5 @@
 #include <gmock/gmock.h>
-#include <poll.h>
-#include <unistd.h>
 
-#include <functional>
 #include <future>
 #include <numeric>
 #include <thread>
@@ -16,6 +13,7 @@
 #include "tests/support/ScriptedPeer.h"
 #include "tests/support/TempDir.h"
 #include "tests/support/TestCertificates.h"
+#include "tests/support/WhyNot.h"
 
 using namespace std::chrono_literals;
 using ::testing::AllOf;
@@ -27,53 +25,30 @@ namespace {
 
 const RkTimePeriod SHORT(0, 0, 0, 0, 20), LONG(0, 0, 1);
 
-std::string Failure(const std::function<void()>& action) {
-    try {
-        action();
-        return "";
-    } catch (const RkNetworkException& e) {
-        return e.what();
-    }
-}
-
 using Outcome = std::pair<std::string, std::string>;
 
-/// Passes a connection on to another address, in pieces of changing size, until `limit` bytes went to the server; then it
-/// resets both ends.
-class Relay {
-public:
-    Relay(const RkInetAddress& server, size_t limit)
-        : m_peer([this, server, limit](ScriptedPeer::Connection& client) {
-              m_server.Connect(server);
-              std::thread back([&] {
-                  char piece[40000];
-                  for (ssize_t count; (count = m_server.Read(piece, NextSize())) > 0;)
-                      client.Write({piece, static_cast<size_t>(count)});
-                  client.ShutdownWrite();
-              });
-              size_t passed = 0;
-              for (std::string text; passed < limit && !(text = client.Read()).empty(); passed += text.size())
-                  for (size_t at = 0, size = 0; at < text.size(); at += size)
-                      m_server.WriteExactly(text.data() + at, size = std::min(NextSize(), text.size() - at));
-              if (passed < limit)
-                  m_server.ShutdownSocket();
-              else
-                  m_server.Wake();
-              back.join();
-              client.Reset();
-              m_server.CloseForce();
-          }) {}
+/// Passes on at most so many bytes, in pieces of changing size, and then the end of the stream.
+void Pass(PlainConnection& from, PlainConnection& to, size_t most) {
+    constexpr size_t SIZES[] = {40000, 1, 5, 16000, 3, 20000};
+    size_t next = 0;
+    for (std::string text; most > 0 && !(text = from.Read()).empty();)
+        for (size_t at = 0, size = 0; at < text.size() && most > 0; at += size, most -= size) {
+            size = std::min({SIZES[next++ % std::size(SIZES)], text.size() - at, most});
+            to.Write(text.substr(at, size));
+        }
+    to.ShutdownWrite();
+}
 
-    RkInetAddress Address() const { return m_peer.Address(); }
-
-private:
-    size_t NextSize() { return SIZES[m_next++ % std::size(SIZES)]; }
-
-    static constexpr size_t SIZES[] = {40000, 1, 5, 16000, 3, 20000};
-    std::atomic<size_t> m_next = 0;
-    RkTcpSocket m_server;
-    ScriptedPeer m_peer;  ///< last: its thread uses all the others
-};
+/// Passes a connection on to a server until `limit` bytes went there; then it resets the client's end.
+ScriptedPeer::Script Relay(RkUInt16 server, size_t limit) {
+    return [=](PlainConnection& client) {
+        TestClient peer(server);
+        std::jthread back([&] { Pass(peer, client, SIZE_MAX); });
+        Pass(client, peer, limit);
+        back.join();
+        client.Reset();
+    };
+}
 
 }  // namespace
 
@@ -84,7 +59,10 @@ protected:
         m_listener.Bind(RkInetAddress("127.0.0.1", 0));
         m_listener.Listen(64);
     }
-    ~RkSSLSocketConcurrentTest() override { m_listener.Close(); }
+    ~RkSSLSocketConcurrentTest() override {
+        Close();
+        m_listener.Close();
+    }
 
     std::unique_ptr<RkSSLSocket> FileSocket() const {
         return std::make_unique<RkSSLSocket>(m_dir / "tls.key", m_dir / "tls.pem", true);
@@ -94,18 +72,23 @@ protected:
     }
     RkInetAddress Address() { return m_listener.GetLocalAddress(); }
 
-    /// Connects `client` with `server`. @return why the client and the server failed; empty where they did not
-    Outcome Connect(RkSSLSocket& client, RkSSLSocket& server) {
-        auto connecting = std::async(std::launch::async, [&] { return Failure([&] { client.Connect(Address()); }); });
-        m_listener.Accept(server);
-        const std::string failure = Failure([&] { server.AcceptSocket(); });
+    /// Connects two sockets, which the test's end closes. @return why client and server failed; empty where they did not
+    Outcome Connect(std::unique_ptr<RkSSLSocket> client, std::unique_ptr<RkSSLSocket> server) {
+        Close();
+        m_client = std::move(client);
+        m_server = std::move(server);
+        auto connecting = std::async(std::launch::async, [&] { return WhyNot([&] { m_client->Connect(Address()); }); });
+        m_listener.Accept(*m_server);
+        const std::string failure = WhyNot([&] { m_server->AcceptSocket(); });
         if (!failure.empty())
-            server.Wake();
+            m_server->Wake();
         return {connecting.get(), failure};
     }
-    static void Close(RkSocket& one, RkSocket& other) {
-        one.Close();
-        other.Close();
+    void Connect() { ASSERT_EQ(Connect(FileSocket(), FileSocket()), Outcome("", "")); }
+    void Close() {
+        for (const auto* socket : {&m_client, &m_server})
+            if (*socket)
+                (*socket)->Close();
     }
 
     TempDir m_dir;
@@ -113,32 +96,29 @@ protected:
     TestIdentity m_identity = m_ca.Issue();
     kstr::Crypto::StackOf_X509Cert m_trusted = m_ca.Stack();
     RkTcpSocket m_listener;
+    std::unique_ptr<RkSSLSocket> m_client, m_server;
 };
 
 TEST_F(RkSSLSocketConcurrentTest, ObjectModeLogsTheStepsOfAnAcceptance) {
+    auto server = ObjectSocket();
     const LogCapture log(kstr::diag::LV_DEBUG);
-    auto client = FileSocket(), server = ObjectSocket();
-    log->Clear();
-    EXPECT_EQ(Connect(*client, *server), Outcome("", ""));
+    EXPECT_EQ(Connect(FileSocket(), std::move(server)), Outcome("", ""));
     std::vector<std::string> lines = log->Messages();
-    EXPECT_EQ(
-        std::erase_if(lines, [](const auto& line) { return line.starts_with("SSL Connection using: ECDHE-ECDSA-"); }),
-        2u);
-    EXPECT_EQ(std::erase_if(lines, [](const auto& line) { return line.find("Peer(Server)") != line.npos; }), 1u);
+    const auto ofTheClientOrBoth = [](const std::string& line) {
+        return line.find("Peer(Server)") != line.npos || line.starts_with("SSL Connection using: ECDHE-ECDSA-");
+    };
+    EXPECT_EQ(std::erase_if(lines, ofTheClientOrBoth), 3u);
     EXPECT_THAT(lines, ElementsAre("AcceptSocket", "AcceptSocket before SSL_accept", "AcceptSocket after SSL_accept",
                                    "Received certificate from Peer(Client). Cert Details:\n" +
                                        m_identity.cert.GetCertDetails()));
-    Close(*client, *server);
 }
 
 TEST_F(RkSSLSocketConcurrentTest, ObjectModeRefusesStrangers) {
     TestIdentity stranger = MakeSelfSigned();
-    RkSSLSocket client(&stranger.cert, &m_trusted, &stranger.key);
-    auto server = ObjectSocket();
-    const auto [clientFailure, serverFailure] = Connect(client, *server);
+    const auto [clientFailure, serverFailure] =
+        Connect(std::make_unique<RkSSLSocket>(&stranger.cert, &m_trusted, &stranger.key), ObjectSocket());
     EXPECT_THAT(serverFailure, AllOf(StartsWith("unable to accept, "), HasSubstr("certificate verify failed")));
     EXPECT_THAT(clientFailure, StartsWith("unable to connect using ssl, "));
-    Close(client, *server);
 }
 
 TEST_F(RkSSLSocketConcurrentTest, AStrictClientRefusesWhatTheSocketsDoNotLookAt) {
@@ -155,65 +135,57 @@ TEST_F(RkSSLSocketConcurrentTest, AStrictClientRefusesWhatTheSocketsDoNotLookAt)
     };
     for (const auto& c : cases) {
         c.server.Write(m_dir / "tls");
-        auto server = FileSocket();
-        StrictTlsSocket client(m_trusted, "localhost");
-        EXPECT_THAT(Connect(client, *server).first, HasSubstr(c.failure)) << "row " << &c - cases;
-        EXPECT_EQ(client.Write("x", 1), *c.failure == '\0' ? 1 : -1);
-        Close(client, *server);
+        const auto outcome = Connect(std::make_unique<StrictTlsSocket>(m_trusted, "localhost"), FileSocket());
+        EXPECT_THAT(outcome.first, HasSubstr(c.failure)) << "row " << &c - cases;
+        EXPECT_EQ(m_client->Write("x", 1), *c.failure == '\0' ? 1 : -1);
     }
 }
 
 TEST_F(RkSSLSocketConcurrentTest, TheChainIsCheckedByTheNewOwnerAfterACopy) {
-    auto clientSource = ObjectSocket(), serverSource = ObjectSocket(), assigned = FileSocket();
-    RkSSLSocket server(*serverSource);
-    serverSource.reset();
+    auto source = ObjectSocket(), assigned = FileSocket();
     assigned->Uninit();  // what an assignment overwrites would be lost
-    *assigned = *clientSource;
-    clientSource.reset();
-    EXPECT_EQ(Connect(*assigned, server), Outcome("", ""));
-    RkSSLSocket again(server);  // and the session goes along
-    EXPECT_EQ(again.Write("hello", 5), 5);
+    *assigned = *source;
+    source = ObjectSocket();
+    auto copy = std::make_unique<RkSSLSocket>(*source);
+    source.reset();
+    EXPECT_EQ(Connect(std::move(assigned), std::move(copy)), Outcome("", ""));
+    m_server = std::make_unique<RkSSLSocket>(*m_server);  // and the session goes along
+    EXPECT_EQ(m_server->Write("hello", 5), 5);
     char text[5];
-    EXPECT_EQ(assigned->Read(text, 5), 5);
-    Close(*assigned, again);
+    EXPECT_EQ(m_client->Read(text, 5), 5);
 }
 
 TEST_F(RkSSLSocketConcurrentTest, TimedTransfersThatTimeOutRestoreTheMode) {
-    auto client = FileSocket(), server = FileSocket();
-    Connect(*client, *server);
+    Connect();
     const LogCapture log(kstr::diag::LV_DEBUG);
     std::string much(64 << 20, 'x');
     for (const bool nonBlocking : {false, true}) {
-        client->SetNonBlockingMode(nonBlocking);
-        EXPECT_EQ(client->Read(much.data(), 1, SHORT), -1);
-        EXPECT_EQ(client->GetNonBlockingMode(), nonBlocking);
+        m_client->SetNonBlockingMode(nonBlocking);
+        EXPECT_EQ(m_client->Read(much.data(), 1, SHORT), -1);
+        EXPECT_EQ(m_client->GetNonBlockingMode(), nonBlocking);
     }
-    EXPECT_EQ(client->Write(much.data(), much.size(), SHORT), -1);
+    EXPECT_EQ(m_client->Write(much.data(), much.size(), SHORT), -1);
     const std::string line = "Timed out on SSL_read, timeout is 20 milliseconds";
     EXPECT_THAT(log->Messages(), ElementsAre(line, line, "Timed out on SSL_write, timeout is 20 milliseconds"));
-    Close(*client, *server);
 }
 
 TEST_F(RkSSLSocketConcurrentTest, WhatIsDecryptedAlreadyIsNotWaitedFor) {
-    auto client = FileSocket(), server = FileSocket();
-    Connect(*client, *server);
-    client->Write("0123456789", 10);
+    Connect();
+    m_client->Write("0123456789", 10);
     char text[10];
-    EXPECT_EQ(server->Read(text, 1), 1);
-    EXPECT_EQ(server->Read(text, 9, SHORT), 9);
-    Close(*client, *server);
+    EXPECT_EQ(m_server->Read(text, 1), 1);
+    EXPECT_EQ(m_server->Read(text, 9, SHORT), 9);
 }
 
 TEST_F(RkSSLSocketConcurrentTest, ASessionIsNotUsedOnceItsDescriptorIsClosed) {
-    auto client = FileSocket(), server = FileSocket();
-    Connect(*client, *server);
-    client->Close();
+    Connect();
+    m_client->Close();
     char byte = 0;
-    EXPECT_EQ(client->Write("x", 1), -1) << "the number may be somebody else's";
-    EXPECT_EQ(client->Read(&byte, 1, SHORT), -1);
-    EXPECT_FALSE(client->IsOpen());
-    server->CloseForce();
-    EXPECT_THROW(server->Read(&byte, 1), RkNetworkException) << "CloseForce releases the session";
+    EXPECT_EQ(m_client->Write("x", 1), -1) << "the number may be somebody else's";
+    EXPECT_EQ(m_client->Read(&byte, 1, SHORT), -1);
+    EXPECT_FALSE(m_client->IsOpen());
+    m_server->CloseForce();
+    EXPECT_THROW(m_server->Read(&byte, 1), RkNetworkException) << "CloseForce releases the session";
 }
 
 TEST_F(RkSSLSocketConcurrentTest, WakeDoesNotWaitForACloseNotification) {
@@ -231,46 +203,41 @@ TEST_F(RkSSLSocketConcurrentTest, WakeDoesNotWaitForACloseNotification) {
 }
 
 TEST_F(RkSSLSocketConcurrentTest, TwentyMebibytesEachWayArriveInPieces) {
-    std::string sent(20 << 20, '\0');
+    std::string sent(20 << 20, '\0'), got = sent;
     std::iota(sent.begin(), sent.end(), '\0');
-    const Relay relay(Address(), SIZE_MAX);
+    const ScriptedPeer relay(Relay(Address().GetPort(), SIZE_MAX));
     RkSSLTimeoutSocket client(m_dir / "tls.key", m_dir / "tls.pem", LONG, LONG, LONG);
-    auto echo = std::async(std::launch::async, [&] {
+    std::jthread echo([this, text = got]() mutable {
         RkSSLTimeoutSocket server(m_dir / "tls.key", m_dir / "tls.pem", LONG, LONG, LONG);
         m_listener.Accept(server);
         server.AcceptSocket();
-        std::string got(sent.size(), '\0');
-        server.ReadExactly(got.data(), got.size());
-        server.WriteExactly(got.data(), got.size());
+        server.ReadExactly(text.data(), text.size());
+        server.WriteExactly(text.data(), text.size());
         server.Shutdown(SHUT_WR);
         server.Close();
     });
     client.Connect(relay.Address());
     client.WriteExactly(sent.data(), sent.size());
-    std::string got(sent.size(), '\0');
     client.ReadExactly(got.data(), got.size());
     EXPECT_TRUE(got == sent);
     EXPECT_EQ(client.Read(got.data(), 1), 0);
-    echo.get();
     client.Close();
 }
 
 TEST_F(RkSSLSocketConcurrentTest, AConnectionMayBeCutAnywhere) {
+    const std::string text(10000, 'x');
     for (const size_t limit : {1, 200, 300, 5000, 300000}) {
-        const Relay relay(Address(), limit);
-        auto client = FileSocket(), server = FileSocket();
-        auto serving = std::async(std::launch::async, [&] {
+        const ScriptedPeer relay(Relay(Address().GetPort(), limit));
+        const auto client = FileSocket(), server = FileSocket();
+        std::jthread serving([&] {
             m_listener.Accept(*server);
-            char text[1000];
-            if (Failure([&] { server->AcceptSocket(); }).empty())
-                while (server->Read(text, sizeof text, LONG) > 0) {}
+            char got[1000];
+            if (WhyNot([&] { server->AcceptSocket(); }).empty())
+                while (server->Read(got, sizeof got, LONG) > 0) {}
             server->Close();
         });
-        if (Failure([&] { client->Connect(relay.Address()); }).empty()) {
-            const std::string text(10000, 'x');
+        if (WhyNot([&] { client->Connect(relay.Address()); }).empty())
             while (client->Write(text.data(), text.size(), LONG) > 0) {}
-        }
-        serving.get();
         client->Close();
     }
 }
@@ -286,7 +253,7 @@ TEST_F(RkSSLSocketConcurrentTest, ManyHandshakesAtOnceLeaveNothingBehind) {
                     if (serves)
                         m_listener.Accept(*socket);
                     char byte = 'x';
-                    EXPECT_EQ(Failure([&] { serves ? socket->AcceptSocket() : socket->Connect(Address()); }), "");
+                    EXPECT_EQ(WhyNot([&] { serves ? socket->AcceptSocket() : socket->Connect(Address()); }), "");
                     EXPECT_EQ(serves ? socket->Write(&byte, 1) : socket->Read(&byte, 1), 1);
                     socket->Close();
                 }
@@ -299,7 +266,7 @@ TEST_F(RkSSLSocketConcurrentTest, ConnectIgnoresTheConnectTimeout) {
     const StuckListener stuck;
     RkSSLTimeoutSocket client(m_dir / "tls.key", m_dir / "tls.pem", SHORT, SHORT, SHORT);
     client.SetConnectTimeout(RkTimePeriod(0, 0, 0, 0, 1));
-    auto connecting = std::async(std::launch::async, [&] { return Failure([&] { client.Connect(stuck.Address()); }); });
+    auto connecting = std::async(std::launch::async, [&] { return WhyNot([&] { client.Connect(stuck.Address()); }); });
     EXPECT_EQ(connecting.wait_for(50ms), std::future_status::timeout);
     client.Wake();
     EXPECT_THAT(connecting.get(), StartsWith("Connect failed: "));
