@@ -3,12 +3,12 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
-#include <filesystem>
 #include <fstream>
 #include <optional>
 
 #include "Base/RkException.h"
 #include "Base/RkFileSystem.h"
+#include "tests/support/TempDir.h"
 
 namespace fs = std::filesystem;
 using testing::Property;
@@ -16,19 +16,14 @@ using testing::Throws;
 
 namespace {
 
-/// A folder of its own, with a file in it.
+/// A folder with a file in it.
 class RkFileTest : public ::testing::Test {
 protected:
-    RkFileTest() {
-        std::string name = fs::temp_directory_path() / "qor-file-XXXXXX";
-        m_folder = fs::canonical(::mkdtemp(name.data())).string() + "/";
-        m_file = m_folder + "file";
-        std::ofstream(m_file) << "0123456789";
-    }
-    ~RkFileTest() override { fs::remove_all(m_folder); }
+    RkFileTest() { std::ofstream(m_file) << "0123456789"; }
 
-    std::string m_folder;
-    std::string m_file;
+    const TempDir m_dir;
+    const std::string m_folder = fs::canonical(m_dir / "").string() + "/";
+    const std::string m_file = m_folder + "file";
 };
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include "Base/RkThreadPool.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <pthread.h>
 
 #include <atomic>

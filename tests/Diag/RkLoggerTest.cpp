@@ -1,7 +1,6 @@
 #include "Diag/RkLogger.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <pthread.h>
 
 #include <new>
@@ -15,6 +14,8 @@ namespace {
 
 using namespace kstr::diag;
 using ::testing::ElementsAre;
+using ::testing::FieldsAre;
+using ::testing::StrEq;
 
 TEST(RkLoggerTest, TheNearestNameWithALevelDecides) {
     RkLogger::setLevel("A.B", LV_DEBUG);
@@ -57,13 +58,8 @@ TEST(RkLoggerTest, ARecordTellsWhatAndWhereAndASinkThatThrowsHarmsNobody) {
     DIAG_LOG(logger, LV_WARN, "port " << 80 << '\0');
     RkLogger::setSink(nullptr);
     ASSERT_EQ(sink->records.size(), 2U);
-    const auto& record = sink->records[0];
-    EXPECT_EQ(record.level, LV_WARN);
-    EXPECT_EQ(record.logger, "Place");
-    EXPECT_EQ(record.message, std::string("port 80\0", 8));
-    EXPECT_STREQ(record.file, __FILE__);
-    EXPECT_STREQ(record.function, __func__);
-    EXPECT_EQ(record.line, __LINE__ - 9);
+    EXPECT_THAT(sink->records[0], FieldsAre(LV_WARN, "Place", std::string("port 80\0", 8), StrEq(__FILE__),
+                                            StrEq(__func__), __LINE__ - 4));
     EXPECT_EQ(sink->records[1].message, "<DIAG_LOG macro caught std::exception - disk full>");
 }
 

@@ -35,7 +35,7 @@ extern "C" int getaddrinfo(const char* name, const char* service, const addrinfo
     numeric.ai_flags |= AI_NUMERICHOST;
     *result = nullptr;
     addrinfo** end = result;
-    for (const auto& address : fake->Forward(name))
+    for (const auto& address : fake->Ask(name, false))
         if (system(address.c_str(), service, &numeric, end) == 0)
             while (*end)
                 end = &(*end)->ai_next;
@@ -48,7 +48,7 @@ extern "C" int getnameinfo(const sockaddr* address, socklen_t length, char* host
     if (!fake || !host)
         return System<decltype(getnameinfo)>("getnameinfo")(address, length, host, hostLength, service, serviceLength,
                                                             flags);
-    const std::string name = fake->Reverse(TextOf(address, length));
+    const std::string name = fake->Ask(TextOf(address, length), true)[0];
     if (name.empty() || name.size() >= hostLength)
         return EAI_NONAME;
     std::memcpy(host, name.c_str(), name.size() + 1);
@@ -66,7 +66,7 @@ void FakeResolver::Add(const std::string& name, const std::vector<std::string>& 
 
 void FakeResolver::AddReverse(const std::string& address, const std::string& name) {
     const std::lock_guard guard(m_lock);
-    m_reverse[address] = name;
+    m_reverse[address] = {name};
 }
 
 void FakeResolver::Remove(const std::string& nameOrAddress) {
@@ -90,24 +90,15 @@ int FakeResolver::TotalLookups() const {
     return static_cast<int>(m_lookups.size());
 }
 
-std::vector<std::string> FakeResolver::Forward(const std::string& name) {
-    Note(name);
-    const std::lock_guard guard(m_lock);
-    const auto found = m_forward.find(name);
-    return found == m_forward.end() ? std::vector{name} : found->second;
-}
-
-std::string FakeResolver::Reverse(const std::string& address) {
-    Note(address);
-    const std::lock_guard guard(m_lock);
-    return m_reverse.count(address) ? m_reverse[address] : "";
-}
-
-void FakeResolver::Note(const std::string& nameOrAddress) {
+std::vector<std::string> FakeResolver::Ask(const std::string& nameOrAddress, bool reverse) {
     std::unique_lock guard(m_lock);
     m_lookups.push_back(nameOrAddress);
     const Hook hook = m_hook;
     guard.unlock();
     if (hook)
         hook(nameOrAddress);
+    guard.lock();
+    const auto& table = reverse ? m_reverse : m_forward;
+    const auto found = table.find(nameOrAddress);
+    return found != table.end() ? found->second : std::vector<std::string>{reverse ? "" : nameOrAddress};
 }

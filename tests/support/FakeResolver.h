@@ -34,16 +34,12 @@ public:
     int Lookups(const std::string& nameOrAddress) const;
     int TotalLookups() const;
 
-    // For the replacements.
-    std::vector<std::string> Forward(const std::string& name);
-    std::string Reverse(const std::string& address);
+    /// For the replacements. @return what the table has for it; otherwise a name itself, and for an address an empty text
+    std::vector<std::string> Ask(const std::string& nameOrAddress, bool reverse);
 
 private:
-    void Note(const std::string& nameOrAddress);
-
     mutable std::mutex m_lock;  ///< guards all below
-    std::map<std::string, std::vector<std::string>> m_forward;
-    std::map<std::string, std::string> m_reverse;
+    std::map<std::string, std::vector<std::string>> m_forward, m_reverse;
     std::vector<std::string> m_lookups;
     Hook m_hook;
 };

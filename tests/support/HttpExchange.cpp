@@ -1,9 +1,6 @@
 #include "tests/support/HttpExchange.h"
 
 #include <sys/socket.h>
-#include <unistd.h>
-
-#include <utility>
 
 namespace {
 
@@ -19,32 +16,25 @@ RkTcpSocket* MakePair(int& peer) {
 }  // namespace
 
 HttpExchange::HttpExchange(RkHttpRequestMap& map, unsigned timeout, RkTrace* trace)
-    : m_peer(-1), m_request(MakePair(m_peer), map, trace, timeout) {}
-
-HttpExchange::~HttpExchange() { ClosePeer(); }
-
-void HttpExchange::ClosePeer() {
-    if (m_peer != -1)
-        ::close(std::exchange(m_peer, -1));
-}
+    : PlainConnection(-1), m_request(MakePair(m_fd), map, trace, timeout) {}
 
 void HttpExchange::Send(const std::string& text) {
-    (void)!::send(m_peer, text.data(), text.size(), MSG_NOSIGNAL);
-    ::shutdown(m_peer, SHUT_WR);
+    Write(text);
+    ShutdownWrite();
 }
 
 std::string HttpExchange::Run() {
     m_request.Run();
     std::string answer;
     char data[65536];
-    for (ssize_t count; (count = ::recv(m_peer, data, sizeof data, MSG_DONTWAIT)) > 0;)
+    for (ssize_t count; (count = ::recv(m_fd, data, sizeof data, MSG_DONTWAIT)) > 0;)
         answer.append(data, static_cast<size_t>(count));
     return answer;
 }
 
 bool HttpExchange::PeerSeesTheEnd() {
     char byte;
-    return ::recv(m_peer, &byte, 1, MSG_DONTWAIT) == 0;
+    return ::recv(m_fd, &byte, 1, MSG_DONTWAIT) == 0;
 }
 
 std::string Exchange(RkHttpRequestMap& map, const std::string& request) {

@@ -3,14 +3,12 @@
 #include <string>
 
 #include "Network/HTTP/RkHttpRequest.h"
+#include "tests/support/TestClient.h"
 
 /// One end of a socket pair in an RkHttpRequest, the other in the test's hand: requests run in the test's own thread.
-class HttpExchange {
+class HttpExchange : PlainConnection {
 public:
     explicit HttpExchange(RkHttpRequestMap& map, unsigned timeout = 0, RkTrace* trace = nullptr);
-    ~HttpExchange();
-    HttpExchange(const HttpExchange&) = delete;
-    HttpExchange& operator=(const HttpExchange&) = delete;
 
     /// Sends `text` (what a socket buffer holds at most) and then the end of the stream.
     void Send(const std::string& text);
@@ -21,12 +19,11 @@ public:
     /// @return whether the request has closed its socket; to be asked after everything was read
     bool PeerSeesTheEnd();
 
-    void ClosePeer();
+    void ClosePeer() { Close(); }
 
     RkHttpRequest& Request() { return m_request; }
 
 private:
-    int m_peer;
     RkHttpRequest m_request;
 };
 

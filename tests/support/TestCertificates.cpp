@@ -51,19 +51,17 @@ TestIdentity Make(const TestCertificate& wanted, const TestIdentity* issuer, boo
     return {cert, key};
 }
 
-template <class Writer>
-void WriteFile(const std::string& path, const Writer& write) {
-    const std::unique_ptr<FILE, decltype(&std::fclose)> file(std::fopen(path.c_str(), "w"), &std::fclose);
-    Require(file != nullptr && write(file.get()) == 1);
+std::shared_ptr<FILE> Create(const std::string& path) {
+    FILE* const file = std::fopen(path.c_str(), "w");
+    Require(file != nullptr);
+    return {file, &std::fclose};
 }
 
 }  // namespace
 
 void TestIdentity::Write(const std::string& base) const {
-    WriteFile(base + ".pem", [this](FILE* file) { return PEM_write_X509(file, cert.Get()); });
-    WriteFile(base + ".key", [this](FILE* file) {
-        return PEM_write_PrivateKey(file, key.Get(), nullptr, nullptr, 0, nullptr, nullptr);
-    });
+    Require(PEM_write_X509(Create(base + ".pem").get(), cert.Get()) == 1);
+    Require(PEM_write_PrivateKey(Create(base + ".key").get(), key.Get(), nullptr, nullptr, 0, nullptr, nullptr) == 1);
 }
 
 TestCA::TestCA(const std::string& name) : m_self(Make({name, TestCertificate::ECDSA, -7200, 7200}, nullptr, true)) {}
