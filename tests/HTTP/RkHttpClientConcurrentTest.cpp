@@ -1,4 +1,4 @@
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <chrono>
 #include <functional>
@@ -88,6 +88,17 @@ TEST(RkHttpClientConcurrent, CancelEndsAConnectThatNobodyAnswers) {
         EXPECT_EQ(CancelAll(urlOf, resolved, asked), (Outcomes{{"Error connect was canceled.", kAtOnce}}));
     }
     EXPECT_EQ(OpenDescriptors(), before);
+}
+
+TEST(RkHttpClientConcurrent, CancelDuringTheLookUpIsNotLost) {
+    ScriptedPeer peer([](ScriptedPeer::Connection& connection) { connection.Write("HTTP/1.0 200 OK\r\n\r\n"); });
+    RkHttpClient unlimited{RkTimePeriod()};
+    FakeResolver resolver;
+    resolver.Add("looked-up", {"127.0.0.1"});
+    resolver.OnLookup([&](const std::string&) { unlimited.cancel(); });
+    const RkUrl url("http://looked-up:" + std::to_string(peer.Port()) + '/');
+    EXPECT_THAT([&] { unlimited.get(url); },
+                ::testing::ThrowsMessage<RkNetworkException>("Error connect was canceled."));
 }
 
 TEST(RkHttpClientConcurrent, CancelEndsTheWaitForAnAnswer) {
