@@ -1,12 +1,14 @@
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
+#include <cstdint>
 #include <mutex>
 
 #include "Base/QorBaseExport.h"
 #include "Base/RkTimePeriod.h"
 
-/// A count of units that threads take and give back. Safe from any thread.
+/// A count of units that threads take and give back. Safe from any thread. Takes a lock only to wait and to wake.
 class QOR_BASE_EXPORT RkCountingSemaphore {
 public:
     explicit RkCountingSemaphore(unsigned count);
@@ -19,7 +21,10 @@ public:
     void Post();
 
 private:
-    std::mutex m_lock;  ///< guards m_count
+    bool TryTake();
+    bool TryGive(std::uint64_t& state);
+
+    std::atomic<std::uint64_t> m_state;  ///< units in the lower half, waiting threads in the upper; those under m_lock
+    std::mutex m_lock;
     std::condition_variable m_free;
-    unsigned m_count;
 };

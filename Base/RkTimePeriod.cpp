@@ -1,7 +1,7 @@
 #include "Base/RkTimePeriod.h"
 
 #include <algorithm>
-#include <chrono>
+#include <ctime>
 #include <limits>
 
 namespace {
@@ -24,14 +24,9 @@ RkTimePeriod::RkTimePeriod(int days, int hours, int minutes, int seconds, int mi
 }
 
 RkTimePeriod RkTimePeriod::SinceEpoch() {
-    const auto now = std::chrono::system_clock::now().time_since_epoch();
-    return FromMicroSeconds(std::chrono::duration_cast<std::chrono::microseconds>(now).count());
-}
-
-RkTimePeriod RkTimePeriod::FromMicroSeconds(std::int64_t microseconds) {
-    RkTimePeriod period;
-    period.m_microseconds = microseconds;
-    return period;
+    timespec now;
+    ::clock_gettime(CLOCK_REALTIME, &now);
+    return FromMicroSeconds(now.tv_sec * 1000000 + now.tv_nsec / 1000);
 }
 
 RkTimePeriod RkTimePeriod::operator+(const RkTimePeriod& other) const {

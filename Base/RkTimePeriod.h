@@ -10,16 +10,23 @@
 /// The zero period means "no limit" in every time-out wait of the socket classes, and a poll for events and semaphores.
 class QOR_BASE_EXPORT RkTimePeriod {
 public:
+    /// The zero period.
+    RkTimePeriod() = default;
+
     /// The sum of all fields; each may be negative or exceed its unit (90 seconds are a minute and a half). A sum that
     /// does not fit is held to the longest span.
-    explicit(false) RkTimePeriod(int days = 0, int hours = 0, int minutes = 0, int seconds = 0, int milliseconds = 0,
+    explicit(false) RkTimePeriod(int days, int hours = 0, int minutes = 0, int seconds = 0, int milliseconds = 0,
                                  int microseconds = 0);
 
     /// The wall-clock time as a span since 1970-01-01 00:00 UTC.
     static RkTimePeriod SinceEpoch();
 
     /// A span of so many microseconds.
-    static RkTimePeriod FromMicroSeconds(std::int64_t microseconds);
+    static RkTimePeriod FromMicroSeconds(std::int64_t microseconds) {
+        RkTimePeriod period;
+        period.m_microseconds = microseconds;
+        return period;
+    }
 
     /// Whole seconds of the whole span.
     std::int64_t Seconds() const { return m_microseconds / 1000000; }
@@ -40,5 +47,5 @@ public:
     auto operator<=>(const RkTimePeriod& other) const = default;
 
 private:
-    std::int64_t m_microseconds;
+    std::int64_t m_microseconds = 0;
 };

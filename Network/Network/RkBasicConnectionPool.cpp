@@ -23,13 +23,13 @@ RkBasicConnection* RkBasicConnectionPool::CreateConnection() { return new RkBasi
 RkBasicConnection* RkBasicConnectionPool::Get(const RkTimePeriod& timeout) {
     if (!m_connectionSem.Wait(timeout))
         throw RkBasicConnectionException("Number of connections is maxed out");
-    const RkSemLock lock(m_queueLock);
     RkBasicConnection* connection = Take();
     connection->SetTimeStamp(RkTimePeriod::SinceEpoch());
     return connection;
 }
 
 RkBasicConnection* RkBasicConnectionPool::Take() {
+    const RkSemLock lock(m_queueLock);
     if (!m_available.empty()) {
         if (RkBasicConnection* connection = PopBack())
             return connection;
