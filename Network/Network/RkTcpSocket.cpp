@@ -38,7 +38,13 @@ void RkTcpSocket::Reset() {
     RkSocket::Open(SOCK_STREAM, 0, true);
 }
 
+// Waits only when there is no room at once, so that most writes are one system call.
 ssize_t RkTcpSocket::Write(const char* buff, size_t bytes, const RkTimePeriod& timeout) {
+    if (IsOpen()) {
+        const ssize_t sent = RkIO::Send(m_sock, buff, bytes, MSG_DONTWAIT);
+        if (sent >= 0 || errno != EAGAIN)
+            return sent;
+    }
     const int ready = RkSocketWait::For(m_sock, RkSocketWait::WRITABLE, timeout);
     return ready > 0 ? RkIO::Send(m_sock, buff, bytes, 0) : ready;
 }

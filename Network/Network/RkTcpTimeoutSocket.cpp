@@ -59,7 +59,14 @@ RkTcpTimeoutSocket::~RkTcpTimeoutSocket() { TeardownPipe(); }
 
 void RkTcpTimeoutSocket::Connect(const RkInetAddress& remoteAddr) { Connect(remoteAddr, m_connectTimeout); }
 
+// Looks before it waits: what is there already costs one system call.
 ssize_t RkTcpTimeoutSocket::Read(char* buff, size_t bytes) {
+    bool again = !IsOpen() && !m_closing;  // never opened: the time passes all the same
+    const ssize_t got = again ? 0 : ReceiveIfOpen(buff, bytes, again);
+    return again ? WaitAndRead(buff, bytes) : got;
+}
+
+ssize_t RkTcpTimeoutSocket::WaitAndRead(char* buff, size_t bytes) {
     const Countdown countdown(m_readTimeout);
     RkTimePeriod left = m_readTimeout;
     do {

@@ -55,6 +55,7 @@ protected:
     RkTimePeriod m_writeTimeout;
 
 private:
+    ssize_t WaitAndRead(char* buff, size_t bytes);
     ssize_t ReceiveIfOpen(char* buff, size_t bytes, bool& again);
     void DrainPipe();
 
