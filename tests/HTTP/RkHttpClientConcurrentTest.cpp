@@ -92,6 +92,7 @@ TEST(RkHttpClientConcurrent, CancelEndsAConnectThatNobodyAnswers) {
 
 TEST(RkHttpClientConcurrent, CancelDuringTheLookUpIsNotLost) {
     ScriptedPeer peer([](ScriptedPeer::Connection& connection) { connection.Write("HTTP/1.0 200 OK\r\n\r\n"); });
+    RkDnsCache::Itself().Clear();
     RkHttpClient unlimited{RkTimePeriod()};
     FakeResolver resolver;
     resolver.Add("looked-up", {"127.0.0.1"});
