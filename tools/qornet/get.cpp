@@ -60,6 +60,10 @@ void CheckUrl(const RkUrl& url) {
         throw UsageError("get speaks plain HTTP only; for https use: qornet fetch " + url.getEscapedUrl());
     if (url.getProtocol() != "http" || url.getHostname().empty())
         throw UsageError("not an http URL: " + url.getEscapedUrl() + " (write it as http://HOST[:PORT]/PATH)");
+    if (url.getPort() == 0 || url.getPort() > 65535)
+        throw UsageError("no such port: " + url.getEscapedUrl());
+    if (!url.getUserInfo().empty())
+        throw UsageError("credentials are not taken from the URL: use --user USER:PASSWORD");
 }
 
 void SetProxy(RkHttpClient& client, const std::string& proxy) {
