@@ -1,68 +1,59 @@
 #include "Network/Directory/RkDirectoryPath.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "Network/Directory/RkGroup.h"
 #include "Network/Directory/RkUser.h"
 #include "Network/Directory/RkWorkstation.h"
-
-using testing::ElementsAre;
-using testing::IsEmpty;
+#include "tests/support/TextTable.h"
 
 namespace {
 
-std::vector<std::string> DomainsOf(const RkDirectoryPath& path) {
-    std::vector<std::string> texts;
+RkDirectoryPath Path(const std::string& text) { return RkWString::FromUtf8(text); }
+
+/// "type;server;domain;end;key".
+std::string Parts(const RkDirectoryPath& path) {
+    const RkWString blank(L";");
+    return (path.getDSType() + blank + path.getServerName() + blank + path.getDomain() + blank + path.getEnd() + blank +
+            path.getLowerPath())
+        .makeString();
+}
+
+/// The domain and its parents, a semicolon behind each.
+std::string Domains(const RkDirectoryPath& path) {
+    std::string texts;
     for (const RkWString& domain : path.getDomains())
-        texts.push_back(domain.makeString());
+        texts += domain.makeString() + ";";
     return texts;
 }
 
 TEST(RkDirectoryPathTest, SplitsEveryForm) {
-    const struct {
-        const wchar_t *path, *type, *server, *domain, *end, *key;
-    } cases[] = {
-        {L"LDAP://srv1 DC=corp,DC=example/jsmith", L"LDAP", L"srv1", L"DC=corp,DC=example", L"jsmith",
-         L"ldap://dc=corp,dc=example/jsmith"},
-        {L"DIR://CORP/jsmith", L"DIR", L"", L"CORP", L"jsmith", L"dir://corp/jsmith"},
-        {L"ldap://srv DC=x", L"ldap", L"", L"srv DC=x", L"", L"ldap://srv dc=x"},  // only "LDAP" names a server
-        {L"LDAP", L"LDAP", L"", L"", L"", L"ldap://"},
-        {L"LDAP://srv ", L"LDAP", L"srv", L"", L"", L"ldap://"},
-        {L"LDAP://DC=x/a/b/", L"LDAP", L"", L"DC=x", L"a/b/", L"ldap://dc=x/a/b/"},
-        {L"DIR://\x00c4RZTE/\x0416\x03a9", L"DIR", L"", L"\x00c4RZTE", L"\x0416\x03a9",
-         L"dir://\x00c4rzte/\x0416\x03a9"},
+    const auto parts = [](const std::string& text) {
+        EXPECT_EQ(Path(text).getPath().makeString(), text);
+        return Parts(Path(text));
     };
-    for (const auto& c : cases) {
-        const RkDirectoryPath path(c.path);
-        SCOPED_TRACE(path.getPath().makeString());
-        EXPECT_EQ(path.getPath(), c.path);
-        EXPECT_EQ(path.getDSType(), c.type);
-        EXPECT_EQ(path.getServerName(), c.server);
-        EXPECT_EQ(path.getDomain(), c.domain);
-        EXPECT_EQ(path.getEnd(), c.end);
-        EXPECT_EQ(path.getLowerPath(), c.key);
-    }
+    ExpectRows(
+        parts,
+        "LDAP://srv1 DC=corp,DC=example/jsmith -> LDAP;srv1;DC=corp,DC=example;jsmith;"
+        "ldap://dc=corp,dc=example/jsmith | DIR://CORP/jsmith -> DIR;;CORP;jsmith;dir://corp/jsmith |"
+        "ldap://srv DC=x -> ldap;;srv DC=x;;ldap://srv dc=x | LDAP -> LDAP;;;;ldap:// |"  // only "LDAP" names a server
+        "LDAP://DC=x/a/b/ -> LDAP;;DC=x;a/b/;ldap://dc=x/a/b/ |"
+        "DIR://\u00c4RZTE/\u0416\u03a9 -> DIR;;\u00c4RZTE;\u0416\u03a9;dir://\u00c4rzte/\u0416\u03a9");
+    EXPECT_EQ(parts("LDAP://srv "), "LDAP;srv;;;ldap://");
 }
 
 TEST(RkDirectoryPathTest, ListsTheDomainAndItsParents) {
-    EXPECT_THAT(DomainsOf(RkWString(L"DIR://DC=a, DC=b,DC=c")), ElementsAre("DC=a,DC=b,DC=c", "DC=b,DC=c", "DC=c"));
-    EXPECT_THAT(DomainsOf(RkWString(L"DIR://,DC=a,  ,, DC=b ,")), ElementsAre("DC=a,DC=b", "DC=b"));
-    EXPECT_THAT(DomainsOf(RkWString(L"DIR:// , ")), IsEmpty());
+    EXPECT_EQ(Domains(Path("DIR://DC=a, DC=b,DC=c")), "DC=a,DC=b,DC=c;DC=b,DC=c;DC=c;");
+    EXPECT_EQ(Domains(Path("DIR://,DC=a,  ,, DC=b ,")), "DC=a,DC=b;DC=b;");
+    EXPECT_EQ(Domains(Path("DIR:// , ")), "");
 }
 
 TEST(RkDirectoryPathTest, KeepsCommasInsideQuotes) {
-    const struct {
-        const char* domain;
-        std::vector<std::string> components;
-    } cases[] = {
-        {R"(CN="Smith, John",DC=x)", {R"(CN="Smith, John",DC=x)", "DC=x"}},
-        {R"(CN="a,b" "c,d",DC=x)", {R"(CN="a,b" "c,d",DC=x)", "DC=x"}},
-        {R"(CN=a\",DC=x)", {R"(CN=a\",DC=x)", "DC=x"}},          // an escaped quote opens nothing
-        {R"(CN="a\",b",DC=x)", {R"(CN="a\",b",DC=x)", "DC=x"}},  // and closes nothing
-        {R"(CN="a,b,c)", {R"(CN="a,b,c)"}},                      // never closed: to the end of the text
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(DomainsOf(RkWString::FromUtf8(std::string("DIR://") + c.domain)), c.components) << c.domain;
+    for (const std::string component : {R"(CN="Smith, John")", R"(CN="a,b" "c,d")",
+                                        R"(CN=a\")",       // an escaped quote opens nothing
+                                        R"(CN="a\",b")"})  // and closes nothing
+        EXPECT_EQ(Domains(Path("DIR://" + component + ",DC=x")), component + ",DC=x;DC=x;");
+    EXPECT_EQ(Domains(Path(R"(DIR://CN="a,b,c)")), R"(CN="a,b,c;)");  // never closed: to the end of the text
 }
 
 TEST(RkDirectoryPathTest, ComparesWithoutServerAndCase) {
@@ -76,12 +67,10 @@ TEST(RkDirectoryPathTest, ComparesWithoutServerAndCase) {
 TEST(RkDirectoryPathTest, ASecondPathReplacesWhatItMentionsAndAnEmptyOneAll) {
     RkDirectoryPath path(L"LDAP://srv DC=a/x");
     path.setPath(L"DIR://CORP");
-    EXPECT_EQ(path.getServerName(), L"srv");
-    EXPECT_EQ(path.getLowerPath(), L"dir://corp/x");
+    EXPECT_EQ(Parts(path), "DIR;srv;CORP;x;dir://corp/x");
     path.setPath(RkWString());
     EXPECT_EQ(path.getPath(), L"");
-    EXPECT_EQ(path.getLowerPath(), L"");
-    EXPECT_THAT(DomainsOf(path), IsEmpty());
+    EXPECT_EQ(Parts(path) + Domains(path), ";;;;");
 }
 
 TEST(RkDirectoryPrincipalsTest, NameTheEndOfTheirPath) {

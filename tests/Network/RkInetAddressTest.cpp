@@ -8,8 +8,9 @@
 #include <vector>
 
 #include "Network/Network/RkNetwork.h"
-#include "Network/Network/RkNetworkException.h"
 #include "tests/support/FakeResolver.h"
+#include "tests/support/MessageOf.h"
+#include "tests/support/TextTable.h"
 
 using namespace std::string_literals;
 using testing::ElementsAre;
@@ -18,17 +19,6 @@ namespace {
 
 RkInetAddress Numeric(const std::string& text, RkUInt16 port = 0) { return {text, port}; }
 
-/// The whole message of the failure that an action ends in, its NUL included.
-template <class Action>
-std::string MessageOf(Action action) {
-    try {
-        action();
-    } catch (const RkNetworkException& e) {
-        return e.GetMessage();
-    }
-    return "no failure";
-}
-
 class RkInetAddressTest : public ::testing::Test {
 protected:
     RkInetAddressTest() {
@@ -36,55 +26,34 @@ protected:
         m_resolver.AddReverse("192.0.2.1", "host");
     }
 
-    /// @param room  of an own array; 0: none
-    std::vector<std::string> HostByName(int room, bool v4Only) {
+    using Lookup = void(const std::string&, RkInetAddress*&, int&, bool);
+    /// The addresses that a look-up of all writes. @param room  of an own array; 0: none
+    static std::string All(Lookup lookUp, const std::string& name, int room, bool v4Only) {
         std::vector<RkInetAddress> own(static_cast<std::size_t>(room));
-        RkInetAddress* addresses = own.data();
+        RkInetAddress* addresses = room == 0 ? nullptr : own.data();
         int count = room;
-        RkInetAddress::GetHostByName("host", addresses, count, v4Only);
+        lookUp(name, addresses, count, v4Only);
         const std::unique_ptr<RkInetAddress[]> allocated(room == 0 ? addresses : nullptr);
-        std::vector<std::string> texts;
+        std::string texts;
         for (int i = 0; i < count; ++i)
-            texts.push_back(addresses[i].ToString());
+            texts += addresses[i].ToString() + " ";
         return texts;
     }
 
     FakeResolver m_resolver;
 };
 
-/// An address of a family that there is not.
-struct OddAddress : RkInetAddress {
-    OddAddress() { m_family = AF_UNIX; }
-};
-
 }  // namespace
 
 TEST_F(RkInetAddressTest, TakesEveryFormOfEndpointText) {
-    const struct {
-        std::string text;
-        bool promote;
-        const char* shown;
-    } cases[] = {
-        {"1.2.3.4:80", false, "1.2.3.4:80"},
-        {"1.2.3.4:0", false, "1.2.3.4:7"},
-        {"1", false, "0.0.0.1:7"},  // the short, octal and hexadecimal forms of inet_addr
-        {"010.0.0.1", false, "8.0.0.1:7"},
-        {"0x7f.1:65537", false, "127.0.0.1:1"},  // ports are cut to 16 bits
-        {"1.2.3.4 x", false, "1.2.3.4:7"},
-        {"1.2.3.4\0x"s, false, "1.2.3.4:7"},  // the C library reads to the first NUL
-        {"host:http", false, "192.0.2.1:7"},
-        {"host", true, "[2001:db8::1]:7"},
-        {"::1", false, "[::1]:7"},
-        {"[::1]", false, "[::1]:7"},
-        {"x[fe80::1]:8080", false, "[fe80::1]:8080"},
-        {"[1.2.3.4]x", false, "1.2.3.4:7"},
-        {"::ffff:10.0.0.1", false, "[::ffff:10.0.0.1]:7"},
-        {"127.0.0.1", true, "[::1]:7"},
-        {"0.0.0.0", true, "[::]:7"},
-        {"1.2.3.4", true, "[::ffff:1.2.3.4]:7"},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(RkInetAddress(c.text, 7, c.promote).ToString(), c.shown) << c.text;
+    // Short, octal and hexadecimal forms are inet_addr's; the C library reads to the first NUL; ports are cut to 16 bits.
+    ExpectRows([](const std::string& text) { return RkInetAddress(text, 7); },
+               "1.2.3.4:80 -> 1.2.3.4:80 | 1.2.3.4:0 -> 1.2.3.4:7 | 1 -> 0.0.0.1:7 | 010.0.0.1 -> 8.0.0.1:7 |"
+               "0x7f.1:65537 -> 127.0.0.1:1 | 1.2.3.4 x -> 1.2.3.4:7 | 1.2.3.4\0x -> 1.2.3.4:7 | ::1 -> [::1]:7 |"
+               "[::1] -> [::1]:7 | x[fe80::1]:8080 -> [fe80::1]:8080 | [1.2.3.4]x -> 1.2.3.4:7 |"
+               "::ffff:10.0.0.1 -> [::ffff:10.0.0.1]:7 | host:http -> 192.0.2.1:7"s);
+    ExpectRows([](const std::string& text) { return RkInetAddress(text, 7, true); },
+               "host -> [2001:db8::1]:7 | 127.0.0.1 -> [::1]:7 | 0.0.0.0 -> [::]:7 | 1.2.3.4 -> [::ffff:1.2.3.4]:7");
 }
 
 TEST_F(RkInetAddressTest, LooksUpMalformedTextsAsAWhole) {
@@ -106,23 +75,17 @@ TEST_F(RkInetAddressTest, InAddrPortStaysInNetworkOrder) {
 }
 
 TEST_F(RkInetAddressTest, DemotesMappedAndAnyAddressesOnly) {
-    const struct {
+    const auto demoted = [](const std::string& text) {
         RkUInt32 words[4];
-        const char* shown;
-    } cases[] = {
-        {{0, 0, 0xFFFF, 0x01020304}, "1.2.3.4"},
-        {{0, 0, 0, 0}, "0.0.0.0"},
-        {{0, 0, 0, 1}, "::1"},
-        {{0, 0, 0, 0x01020304}, "::1.2.3.4"},
-        {{0, 1, 0xFFFF, 1}, "::1:0:ffff:0:1"},
-        {{0x20010DB8, 0, 1, 2}, "2001:db8::1:0:2"},
+        Numeric(text).GetIpAddress(words, 4, false);
+        const std::string shown = RkInetAddress(words, 4, 0, false, true).ToString();
+        Numeric(text).GetIpAddress(words, 4, true);
+        EXPECT_EQ(RkInetAddress().SetNetworkOrder(0, words, 4, true).ToString(), shown);
+        return shown;
     };
-    for (auto c : cases) {
-        EXPECT_EQ(RkInetAddress(c.words, 4, 0, false, true).ToString(), c.shown);
-        for (auto& word : c.words)
-            word = htonl(word);
-        EXPECT_EQ(RkInetAddress().SetNetworkOrder(0, c.words, 4, true).ToString(), c.shown);
-    }
+    ExpectRows(demoted,
+               "::ffff:1.2.3.4 -> 1.2.3.4 | :: -> 0.0.0.0 | ::1 -> ::1 | ::1.2.3.4 -> ::1.2.3.4 |"
+               "::1:0:ffff:0:1 -> ::1:0:ffff:0:1 | 2001:db8::1:0:2 -> 2001:db8::1:0:2");
 }
 
 TEST_F(RkInetAddressTest, NumericTestDemotesButSetFromStringDoesNot) {
@@ -177,22 +140,25 @@ TEST_F(RkInetAddressTest, Classifies) {
 }
 
 TEST_F(RkInetAddressTest, OrdersByAddressThenPortAcrossFamilies) {
-    const std::vector<RkInetAddress> ascending = {
+    const RkInetAddress ascending[] = {
         Numeric("::"),          Numeric("0.0.0.0", 1),         Numeric("::1"),       Numeric("1.2.3.4"),
         Numeric("1.2.3.4", 80), Numeric("::ffff:1.2.3.4", 81), Numeric("128.0.0.0"), Numeric("fe80::1"),
     };
-    for (std::size_t i = 0; i < ascending.size(); ++i)
-        for (std::size_t j = 0; j < ascending.size(); ++j) {
-            EXPECT_EQ(ascending[i] < ascending[j], i < j) << ascending[i] << " " << ascending[j];
-            EXPECT_EQ(ascending[i] == ascending[j], i == j) << ascending[i] << " " << ascending[j];
+    for (const auto& left : ascending)
+        for (const auto& right : ascending) {
+            EXPECT_EQ(left < right, &left < &right) << left << " " << right;
+            EXPECT_EQ(left == right, &left == &right) << left << " " << right;
         }
     EXPECT_FALSE(Numeric("1.2.3.4", 80).IsInRange(Numeric("1.2.3.0"), Numeric("1.2.3.4")));  // ports count
     EXPECT_TRUE(RkInetAddress::EqualNoPort(Numeric("1.2.3.4", 1), Numeric("::ffff:1.2.3.4", 2)));
 }
 
 TEST_F(RkInetAddressTest, OtherFamiliesAreNeverEqualAndHaveNoText) {
-    EXPECT_FALSE(OddAddress() == OddAddress() || OddAddress() < OddAddress());
-    EXPECT_EQ(MessageOf([] { OddAddress().ToString(); }), "Invalid address family while converting to string\0"s);
+    struct Odd : RkInetAddress {
+        Odd() { m_family = AF_UNIX; }
+    } const odd;
+    EXPECT_FALSE(odd == odd || odd < odd);
+    EXPECT_EQ(MessageOf([&] { odd.ToString(); }), "Invalid address family while converting to string\0"s);
 }
 
 TEST_F(RkInetAddressTest, MappedFormsAreEqualAndHashDifferently) {
@@ -203,22 +169,12 @@ TEST_F(RkInetAddressTest, MappedFormsAreEqualAndHashDifferently) {
 }
 
 TEST_F(RkInetAddressTest, FillsTheCallersArrayOrAllocatesOne) {
-    EXPECT_THAT(HostByName(0, false), ElementsAre("2001:db8::1", "192.0.2.1", "192.0.2.2"));
-    EXPECT_THAT(HostByName(2, false), ElementsAre("2001:db8::1", "192.0.2.1"));
-    EXPECT_THAT(HostByName(9, true), ElementsAre("192.0.2.1", "192.0.2.2"));
-    m_resolver.Remove("host");
-    EXPECT_THAT(HostByName(0, false), ElementsAre());
-}
-
-TEST_F(RkInetAddressTest, GivesANumericTextAsAnArrayOfOne) {
-    RkInetAddress* addresses = nullptr;
-    int count = 5;
-    RkInetAddress::GetAllAddresses("::ffff:1.2.3.4", addresses, count, true);
-    const std::unique_ptr<RkInetAddress[]> owned(addresses);
-    ASSERT_EQ(count, 1);
-    EXPECT_EQ(owned[0].ToString(), "1.2.3.4");
-    RkInetAddress::GetAllAddresses("::1", addresses, count, true);
-    EXPECT_EQ(count, 0);
+    EXPECT_EQ(All(RkInetAddress::GetHostByName, "host", 0, false), "2001:db8::1 192.0.2.1 192.0.2.2 ");
+    EXPECT_EQ(All(RkInetAddress::GetHostByName, "host", 2, false), "2001:db8::1 192.0.2.1 ");
+    EXPECT_EQ(All(RkInetAddress::GetAllAddresses, "host", 9, true), "192.0.2.1 192.0.2.2 ");
+    EXPECT_EQ(All(RkInetAddress::GetHostByName, "unknown", 0, false), "");
+    EXPECT_EQ(All(RkInetAddress::GetAllAddresses, "::ffff:1.2.3.4", 0, true), "1.2.3.4 ");
+    EXPECT_EQ(All(RkInetAddress::GetAllAddresses, "::1", 5, true), "");
 }
 
 TEST_F(RkInetAddressTest, OneAddressIsTheFirstOrAFailure) {
