@@ -24,13 +24,11 @@ TEST(OldBase64DecoderTest, EncodesAndBreaksFullLines) {
 
 TEST(OldBase64DecoderTest, DecodesFaithfullyOnlySevenBitText) {
     EXPECT_EQ(Decoded("QUJD\r\nREVGQUI="), "ABCDEFAB");
-    EXPECT_EQ(Decoded("QYBCQQBC"), "AA");    // a second byte of 0x80 or 0 ends its group
-    EXPECT_EQ(Decoded("QUKAQUI="), "ABAB");  // a third byte of 0x80 is dropped
-    EXPECT_EQ(Decoded("/0JCAA=="),
-              "\xFF"
-              "BB\0"s);                        // the first byte always stays
-    EXPECT_EQ(Decoded("QU!D"), "A@\x03");      // a foreign character counts as 0
-    EXPECT_EQ(Decoded("QUJD\r\n"), "ABC\0"s);  // line breaks alone are one more group
+    EXPECT_EQ(Decoded("QYBCQQBC"), "AA");               // a second byte of 0x80 or 0 ends its group
+    EXPECT_EQ(Decoded("QUKAQUI="), "ABAB");             // a third byte of 0x80 is dropped
+    EXPECT_EQ(Decoded("/0JCAA=="), "\xFF\x42\x42\0"s);  // the first byte always stays
+    EXPECT_EQ(Decoded("QU!D"), "A@\x03");               // a foreign character counts as 0
+    EXPECT_EQ(Decoded("QUJD\r\n"), "ABC\0"s);           // line breaks alone are one more group
 }
 
 }  // namespace

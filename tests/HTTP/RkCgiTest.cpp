@@ -7,6 +7,7 @@
 #include "Base/RkBStream.h"
 #include "Base/RkBase64Decoder.h"
 #include "tests/support/ScriptedDevice.h"
+#include "tests/support/TextTable.h"
 
 namespace {
 
@@ -24,15 +25,9 @@ std::string Packed(const std::string& query) {
 }
 
 TEST(RkCgiTest, ParsesPairsInOrder) {
-    const std::pair<const char*, const char*> cases[] = {{"", ""},
-                                                         {"a=1&b=2&a=3", "a=1&b=2&a=3"},
-                                                         {"x=a+b%21", "x=a b!"},
-                                                         {"n%3Dm=%zz%4", "n=m=%zz%4"},
-                                                         {"flag", "flag="},
-                                                         {"a=b=c", "a=b"},
-                                                         {"a=1&&=2&", "a=1&=&=2&="}};
-    for (const auto& [query, pairs] : cases)
-        EXPECT_EQ(Plain(Parsed(query)), pairs) << "parsing '" << query << "'";
+    ExpectRows([](const std::string& query) { return Plain(Parsed(query)); },
+               "-> | a=1&b=2&a=3 -> a=1&b=2&a=3 | x=a+b%21 -> x=a b! | n%3Dm=%zz%4 -> n=m=%zz%4 | flag -> flag= |"
+               "a=b=c -> a=b | a=1&&=2& -> a=1&=&=2&=");
 }
 
 TEST(RkCgiTest, FindsValuesByExactName) {

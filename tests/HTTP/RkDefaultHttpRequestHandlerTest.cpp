@@ -12,8 +12,8 @@
 #include "tests/support/ScriptedDevice.h"
 #include "tests/support/TempDir.h"
 
-using ::testing::EndsWith;
 using ::testing::HasSubstr;
+using ::testing::MatchesRegex;
 using ::testing::StartsWith;
 namespace fs = std::filesystem;
 
@@ -53,9 +53,8 @@ protected:
 
 TEST_F(RkDefaultHttpRequestHandlerTest, ExtensionChoosesTheType) {
     std::istringstream rows(
-        "css text/css html text/html htm text/html txt text/plain xml text/xml xsl text/xml gif image/gif jpg "
-        "image/jpeg "
-        "jpeg image/jpeg bmp image/bmp png image/png xbm image/x-bitmap zip application/x-compressed "
+        "css text/css html text/html htm text/html txt text/plain xml text/xml xsl text/xml gif image/gif "
+        "jpg image/jpeg jpeg image/jpeg bmp image/bmp png image/png xbm image/x-bitmap zip application/x-compressed "
         "gz application/x-compressed js application/x-javascript HTML - svg -");
     for (std::string extension, type; rows >> extension >> type;) {
         Write("www/a.b." + extension, "text");
@@ -123,8 +122,7 @@ TEST_F(RkDefaultHttpRequestHandlerTest, FileThatMayNotBeReadGetsAHeadAlone) {
     const std::string told = ::testing::internal::GetCapturedStdout();
     ASSERT_TRUE(!isRoot || ::seteuid(0) == 0);
     EXPECT_EQ(answer, "HTTP/1.0 200 OK\r\nContent-Type: text/html\r\nContent-Length: 14\r\n\r\n");
-    EXPECT_THAT(told, StartsWith("Caught RkException: Cannot open '"));
-    EXPECT_THAT(told, EndsWith("Permission denied\n"));
+    EXPECT_THAT(told, MatchesRegex("Caught RkException: Cannot open '.*Permission denied\n"));
 }
 
 TEST_F(RkDefaultHttpRequestHandlerTest, HugeFileHasA32BitLength) {

@@ -4,6 +4,7 @@
 
 #include "Base/RkStringDevice.h"
 #include "tests/support/ScriptedDevice.h"
+#include "tests/support/TextTable.h"
 
 namespace {
 
@@ -30,28 +31,19 @@ struct ThrowingDevice : ScriptedDevice {
 }  // namespace
 
 TEST(RkHttpRequestUtilsTest, UnderstandsRequestLines) {
-    const struct {
-        const char *line, *method, *file, *query;
-    } cases[] = {
-        {"POST /f", "POST", "/f", ""},
-        {"HEAD /a%20b+c.html HTTP/1.0", "HEAD", "/a b c.html", ""},
-        {"GET /cgi?x=1&y=?2 HTTP/1.0", "GET", "/cgi", "x=1&y=?2"},
-        {"GET /cgi? HTTP/1.0", "GET", "/cgi", ""},
-        {"GET /cgi?", "GET", "/cgi", ""},
-        {"GET /../../etc/passwd HTTP/1.0", "GET", "/______etc/passwd", ""},
-        {"GET /%2e%2e%2f.../x", "GET", "/___.___x", ""},  // decoded first; any "../" counts
-        {"GET", "", "", ""},
-        {"GET  /two-blanks", "", "", ""},
-        {"get / HTTP/1.0", "", "", ""},
-        {" GET / HTTP/1.0", "", "", ""},
+    // method, file, query and a field, which is not looked at where there is no method
+    const auto understood = [](const std::string& line) {
+        RkHttpRequestUtils head = Read(line + "\r\nX: y\r\n\r\n");
+        return head.getMethod() + "," + head.getRequestedFilename() + "," +
+               head.getCgi().createCgiString(false, false, false, false) + "," + head.getHeader("x");
     };
-    for (const auto& c : cases) {
-        RkHttpRequestUtils head = Read(std::string(c.line) + "\r\nX: y\r\n\r\n");
-        EXPECT_EQ(head.getMethod(), c.method) << c.line;
-        EXPECT_EQ(head.getRequestedFilename(), c.file) << c.line;
-        EXPECT_EQ(head.getCgi().createCgiString(false, false, false, false), c.query) << c.line;
-        EXPECT_EQ(head.getHeader("x"), *c.method ? "y" : "") << c.line;  // no method: fields are not parsed
-    }
+    ExpectRows(understood,
+               "POST /f -> POST,/f,,y | HEAD /a%20b+c.html HTTP/1.0 -> HEAD,/a b c.html,,y |"
+               "GET /cgi?x=1&y=?2 HTTP/1.0 -> GET,/cgi,x=1&y=?2,y | GET /cgi? HTTP/1.0 -> GET,/cgi,,y |"
+               "GET /cgi? -> GET,/cgi,,y | GET /../../etc/passwd HTTP/1.0 -> GET,/______etc/passwd,,y |"
+               "GET /%2e%2e%2f.../x -> GET,/___.___x,,y |"  // decoded first; any "../" counts
+               "GET -> ,,, | GET  /two-blanks -> ,,, | get / HTTP/1.0 -> ,,,");
+    EXPECT_EQ(understood(" GET / HTTP/1.0"), ",,,");
 }
 
 TEST(RkHttpRequestUtilsTest, FieldsAreFoundInAnyCaseAndJoined) {
@@ -64,23 +56,17 @@ TEST(RkHttpRequestUtilsTest, FieldsAreFoundInAnyCaseAndJoined) {
 }
 
 TEST(RkHttpRequestUtilsTest, NumbersAreHeldToTheRangeOfInt) {
-    const std::pair<const char*, int> cases[] = {
-        {"12abc", 12}, {"-7", -7}, {"x", 0}, {"", 0}, {"4294967297", 2147483647}};
-    for (const auto& [value, number] : cases)
-        EXPECT_EQ(Read("GET /\nContent-Length: " + std::string(value) + "\n\n").getIntValueForName("content-length"),
-                  number);
+    const auto number = [](const std::string& value) {
+        return Read("GET /\nContent-Length: " + value + "\n\n").getIntValueForName("content-length");
+    };
+    ExpectRows(number, "12abc -> 12 | -7 -> -7 | x -> 0 | -> 0 | 4294967297 -> 2147483647");
 }
 
 TEST(RkHttpRequestUtilsTest, StatusCodeStandsRightAfterTheWord) {
-    const std::pair<const char*, int> cases[] = {{"HTTP 404 Not Found", 404},
-                                                 {"HTTP/1.1 404 Not Found", 0},
-                                                 {"xx HtTp:5034 ", 5034},
-                                                 {"HTTP 20", 0},
-                                                 {"200 OK", 0},
-                                                 {"HTTP 123456789", 12345678},
-                                                 {"", 0}};
-    for (const auto& [line, status] : cases)
-        EXPECT_EQ(ReadResponse(std::string(line) + "\r\nA: 1\r\n\r\n").getStatusCode(), status) << line;
+    const auto status = [](const std::string& line) { return ReadResponse(line + "\r\nA: 1\r\n\r\n").getStatusCode(); };
+    ExpectRows(status,
+               "HTTP 404 Not Found -> 404 | HTTP/1.1 404 Not Found -> 0 | xx HtTp:5034 -> 5034 | HTTP 20 -> 0 |"
+               "200 OK -> 0 | HTTP 123456789 -> 12345678 | -> 0");
     EXPECT_EQ(ReadResponse("HTTP 200: x\r\nA: 1\r\n\r\n").getHeader("a"), "1");
 }
 

@@ -1,24 +1,45 @@
+#include "Network/HTTP/RkHttpServer.h"
+
 #include <gmock/gmock.h>
 
-#include <atomic>
 #include <chrono>
 #include <fstream>
 #include <future>
 #include <latch>
+#include <memory>
 #include <sstream>
-#include <thread>
 
+#include "tests/support/InThreads.h"
 #include "tests/support/TempDir.h"
 #include "tests/support/TestClient.h"
 #include "tests/support/TestHttpServer.h"
 
 using ::testing::EndsWith;
+using ::testing::StartsWith;
 
 namespace {
 
-class RkHttpServerConcurrentTest : public ::testing::Test {
+/// Answers with the parameters.
+void Echo(RkHttpRequest& request, RkBStream& stream) {
+    stream << "HTTP/1.0 200 OK\r\n\r\n" << '<' << request.getCgi().createCgiString(true, false, false, false) << '>';
+}
+
+class RkHttpServerTest : public ::testing::Test {
 protected:
-    std::future<std::string> AskSoon(const std::string& name) {
+    explicit RkHttpServerTest(unsigned timeout = 30) : m_server(std::make_unique<TestHttpServer>(m_dir / "", timeout)) {
+        m_server->Handle("/echo", Echo);
+    }
+    std::string Get(const std::string& name) { return Ask(m_server->Port(), "GET " + name + " HTTP/1.0\r\n\r\n"); }
+
+    TempDir m_dir;
+    std::unique_ptr<TestHttpServer> m_server;
+};
+
+/// The server of these waits for its clients as long as they like.
+class RkHttpServerConcurrentTest : public RkHttpServerTest {
+protected:
+    RkHttpServerConcurrentTest() : RkHttpServerTest(0) {}
+    std::future<std::string> GetSoon(const std::string& name) {
         return std::async(std::launch::async,
                           [port = m_server->Port(), name] { return Ask(port, "GET " + name + "\r\n\r\n"); });
     }
@@ -27,20 +48,77 @@ protected:
         m_server.reset();
         return std::chrono::duration<double>(std::chrono::steady_clock::now() - before).count();
     }
-
-    TempDir m_dir;
-    std::unique_ptr<TestHttpServer> m_server = std::make_unique<TestHttpServer>(m_dir / "");
 };
 
-/// Runs `work` on four threads until they are done.
-template <class Work>
-void OnFourThreads(Work work) {
-    std::vector<std::jthread> threads;
-    for (int i = 0; i < 4; ++i)
-        threads.emplace_back(work);
-}
+const std::string NOT_FOUND = "HTTP/1.0 404 Not Found\r\n", ECHOED = "HTTP/1.0 200 OK\r\nContent-Length: 2\r\n\r\n<>";
 
 }  // namespace
+
+TEST(RkHttpServerStartTest, ConstructionIsStartAndPortZeroIsAnyPort) {
+    RkInetAddress address("127.0.0.1", 0);
+    RkHttpServer server(address, nullptr, "/nowhere/", 30);
+    while (server.GetState() == std::string("init"))
+        std::this_thread::yield();
+    EXPECT_THAT(Ask(server.GetLocalAddress().GetPort(), "GET / HTTP/1.0\r\n\r\n"), StartsWith(NOT_FOUND));
+}
+
+TEST_F(RkHttpServerTest, WideNamesAreRegisteredInUtf8) {
+    m_server->addHandler(std::wstring(L"/caf\u00e9"), new LambdaHandler(Echo));
+    EXPECT_EQ(Get("/caf%C3%A9"), ECHOED);
+}
+
+TEST_F(RkHttpServerTest, FilesOfEverySizeArriveWhole) {
+    for (const unsigned size : {0U, 1U, 1024U, 32767U, 32768U, 65537U, 1048575U, 1048576U, 10485761U}) {
+        std::string text(size, 'x');
+        for (unsigned i = 0; i < size; i += 7)
+            text[i] = static_cast<char>(i / 7);
+        std::ofstream(m_dir / "f") << text;
+        const std::string answer = Ask(m_server->Port(), "HEAD /f\r\n\r\n");  // the bytes are sent for HEAD, too
+        EXPECT_TRUE(answer == "HTTP/1.0 200 OK\r\nContent-Length: " + std::to_string(size) + "\r\n\r\n" + text) << size;
+    }
+}
+
+TEST_F(RkHttpServerTest, HostileHeadsGetTheirAnswerAndTheNextClientIsServed) {
+    const std::string line(131072, 'v'), bytes("\0\x80\xff", 3), get = "GET /echo HTTP/1.0\r\n",
+                                                                 post = "POST /echo HTTP/1.0\r\nContent-Length: ";
+    std::string endless = get;
+    while (endless.size() < 1300000)  // more than a MiB, without an end
+        endless += "A:bcdefghijklmno\r\n";
+    const std::pair<std::string, std::string> cases[] = {
+        {get + "A: " + line + "\r\n\r\n", ECHOED},  // too long: the head ends before it
+        {"GET /" + line + "\r\n\r\n", NOT_FOUND},
+        {endless, ECHOED},
+        {get + "A: " + bytes + "\n\n", ECHOED},
+        {bytes + "\r\n\r\n", NOT_FOUND},
+        {"BREW /echo\r\n\r\n", NOT_FOUND},
+        {post + "-5\r\n\r\nx=1", ECHOED},
+        {post + "2000000000\r\n\r\n" + line, ECHOED},
+    };
+    for (const auto& [request, answer] : cases) {
+        EXPECT_THAT(Ask(m_server->Port(), request), StartsWith(answer)) << request.substr(0, 60);
+        EXPECT_EQ(Get("/echo"), ECHOED);
+    }
+}
+
+TEST_F(RkHttpServerTest, ByteAtATimeIsARequestToo) {
+    TestClient client(m_server->Port());
+    for (const char byte : std::string("POST /echo?a=1 HTTP/1.0\r\nContent-Length: 3\r\n\r\nb=2"))
+        client.Send(std::string(1, byte));
+    EXPECT_THAT(client.ReadAll(), EndsWith("\r\n\r\n<a=1&b=2>"));
+}
+
+TEST_F(RkHttpServerTest, PeersThatEndEarlyAreAnsweredOrForgotten) {
+    TestClient half(m_server->Port());
+    half.Send("GET /echo HTTP/1.0\r\nA: ");
+    half.EndSending();
+    EXPECT_EQ(half.ReadAll(), ECHOED);
+    for (const char* begin : {"", "GET /ec", "GET /echo\r\n\r\n", "POST /echo\r\nContent-Length: 9\r\n\r\na="}) {
+        TestClient gone(m_server->Port());
+        gone.Send(begin);
+        gone.Reset();
+        EXPECT_EQ(Get("/echo"), ECHOED);
+    }
+}
 
 TEST_F(RkHttpServerConcurrentTest, StalledClientsDoNotHoldUpDestruction) {
     std::ofstream(m_dir / "large") << std::string(8 << 20, 'x');
@@ -59,7 +137,7 @@ TEST_F(RkHttpServerConcurrentTest, StalledClientsDoNotHoldUpDestruction) {
 TEST_F(RkHttpServerConcurrentTest, HandlerMayStopItsServer) {
     std::latch stopped(1);
     m_server->Handle("/stop", [&](RkHttpRequest&, RkBStream&) { m_server->Stop(), stopped.count_down(); });
-    EXPECT_EQ(AskSoon("/stop").get(), "");
+    EXPECT_EQ(GetSoon("/stop").get(), "");
     stopped.wait();
     EXPECT_STREQ(m_server->GetState(), "shutdown");
     EXPECT_LT(SecondsToDestroy(), 2.0);
@@ -67,8 +145,8 @@ TEST_F(RkHttpServerConcurrentTest, HandlerMayStopItsServer) {
 
 TEST_F(RkHttpServerConcurrentTest, ManyMayStopAtOnce) {
     m_server->Handle("/stop", [&](RkHttpRequest&, RkBStream&) { m_server->Stop(); });
-    auto answer = AskSoon("/stop");
-    OnFourThreads([&] { m_server->Stop(); });
+    auto answer = GetSoon("/stop");
+    InThreads(4, [&](int) { m_server->Stop(); });
     answer.wait();
     EXPECT_STREQ(m_server->GetState(), "shutdown");
 }
@@ -80,7 +158,7 @@ TEST_F(RkHttpServerConcurrentTest, HandlerRemovedWhileItRunsFinishesItsAnswer) {
         removed.wait();  // hangs if the map kept its lock over the call
         stream << "HTTP/1.0 200 OK\r\n\r\nlate";
     });
-    auto answer = AskSoon("/slow");
+    auto answer = GetSoon("/slow");
     entered.wait();
     EXPECT_TRUE(m_server->Map().removeHandler("/slow"));
     removed.count_down();
@@ -95,9 +173,9 @@ TEST_F(RkHttpServerConcurrentTest, StateMayBeReadAndHandlersChangedWhileRequests
             m_server->Handle("/x", [](RkHttpRequest&, RkBStream& stream) { stream << "HTTP/1.0 200 OK\r\n\r\nx"; });
         }
     });
-    OnFourThreads([&] {
+    InThreads(4, [&](int) {
         for (int k = 0; k < 25; ++k)
-            EXPECT_NE(Ask(m_server->Port(), "GET /x HTTP/1.0\r\n\r\n"), "");
+            EXPECT_NE(Get("/x"), "");
     });
     EXPECT_EQ(m_server->GetAcceptedCount(), 100u);
 }
