@@ -3,24 +3,15 @@
 
 #include <future>
 #include <latch>
-#include <thread>
-#include <vector>
 
 #include "Network/Network/ReverseDnsCache.h"
 #include "Network/Network/RkDnsCache.h"
 #include "tests/support/FakeResolver.h"
+#include "tests/support/InThreads.h"
 
 namespace {
 
 constexpr int THREADS = 8;
-
-/// Runs `one` in eight threads and waits for them.
-template <class One>
-void InThreads(One one) {
-    std::vector<std::jthread> threads;
-    for (int i = 0; i < THREADS; ++i)
-        threads.emplace_back([=] { one(i); });
-}
 
 TEST(NameCacheConcurrentTest, ASlowLookupHoldsUpItsOwnThreadOnly) {
     struct Cache : RkDnsCache {
@@ -41,7 +32,7 @@ TEST(NameCacheConcurrentTest, ASlowLookupHoldsUpItsOwnThreadOnly) {
     auto slowAddress = std::async(std::launch::async, [&] { return cache.GetOneIP("slow", true); });
     auto slowName = std::async(std::launch::async, [&] { return reverse.GetHostname("192.0.2.1"); });
     entered.wait();
-    InThreads([&](int thread) {
+    InThreads(THREADS, [&](int thread) {
         for (int i = 0; i < 100; ++i) {
             cache.GetOneIP("name" + std::to_string(i % 60), true);
             reverse.GetHostname("10.0.0." + std::to_string(i % 60));
@@ -61,7 +52,7 @@ TEST(NameCacheConcurrentTest, ThreadsThatMissOnOneNameTogetherAllAskTheResolver)
     RkDnsCache cache(50);
     std::latch together(THREADS);
     resolver.OnLookup([&](const std::string&) { together.arrive_and_wait(); });  // hangs if one waited for another
-    InThreads([&](int) { cache.GetOneIP("unknown", true); });
+    InThreads(THREADS, [&](int) { cache.GetOneIP("unknown", true); });
     EXPECT_EQ(resolver.TotalLookups(), THREADS);
     EXPECT_EQ(cache.GetCounters().count, 1u);
 }
@@ -69,7 +60,7 @@ TEST(NameCacheConcurrentTest, ThreadsThatMissOnOneNameTogetherAllAskTheResolver)
 TEST(NameCacheConcurrentTest, AllThreadsGetTheSameInstances) {
     std::latch together(THREADS);
     void* instances[THREADS][2];
-    InThreads([&](int thread) {
+    InThreads(THREADS, [&](int thread) {
         together.arrive_and_wait();
         instances[thread][0] = &RkDnsCache::Itself();
         instances[thread][1] = &ReverseDnsCache::Itself();

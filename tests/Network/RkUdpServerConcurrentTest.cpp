@@ -5,23 +5,20 @@
 #include <functional>
 #include <latch>
 #include <semaphore>
-#include <sstream>
 #include <stdexcept>
 #include <thread>
 
 #include "Network/Network/RkNetworkException.h"
 #include "Network/Network/RkUdpConnection.h"
 #include "Network/Network/RkUdpCriticalSection.h"
+#include "tests/support/InThreads.h"
+#include "tests/support/ServerReport.h"
 
-using testing::AllOf;
 using testing::HasSubstr;
-using testing::MatchesRegex;
-using testing::StartsWith;
 
 namespace {
 
 const RkTimePeriod LONG(0, 0, 0, 20);
-constexpr int LONG_MS = 20000;
 const RkInetAddress ANY_PORT("127.0.0.1", 0);
 
 class Connection;
@@ -49,19 +46,13 @@ class Server : public RkUdpServer {
 public:
     using Make = std::function<RkUdpConnection*()>;
 
-    explicit Server(Make make, int timeout = LONG_MS) : RkUdpServer(ANY_PORT, timeout), m_make(std::move(make)) {}
+    explicit Server(Make make) : RkUdpServer(ANY_PORT, 20000), m_make(std::move(make)) {}
     explicit Server(const Work& work) : Server([work] { return new Connection(work); }) {}
     ~Server() override {
         Stop();
         WaitForThread(this);
     }
     RkUdpConnection* CreateConnection() override { return m_make(); }
-
-    std::string Print(int level) {
-        std::ostringstream text;
-        PrintSelf(text, PrintSelfLevel(level));
-        return text.str();
-    }
 
 private:
     const Make m_make;
@@ -89,15 +80,13 @@ const Work ECHO = [](Connection& connection) { connection.Echo(); };
 TEST(RkUdpServerTest, AnswersEachClientWithItsOwnBytes) {
     Server server(ECHO);
     server.Start();
-    std::vector<std::jthread> clients;
-    for (int id = 0; id < 8; ++id)
-        clients.emplace_back([&server, id] {
-            Client client(server);
-            for (int i = 0; i < 100; ++i) {
-                const std::string text = std::to_string(id) + ":" + std::to_string(i);
-                ASSERT_EQ(client.Ask(text), text);
-            }
-        });
+    InThreads(8, [&](int id) {
+        Client client(server);
+        for (int i = 0; i < 100; ++i) {
+            const std::string text = std::to_string(id) + ":" + std::to_string(i);
+            ASSERT_EQ(client.Ask(text), text);
+        }
+    });
 }
 
 TEST(RkUdpServerTest, KeepsUpTo4095BytesAndAZero) {
@@ -140,13 +129,11 @@ TEST(RkUdpServerTest, StopClosesTheSocketBeforeItReturns) {
     EXPECT_EQ(Client(server).Ask("x"), "x");
     server.Stop();
     EXPECT_EQ(server.GetLocalAddress(), RkInetAddress());
-    EXPECT_THAT(server.Print(1), HasSubstr(" state - shutdown\r\n"));
+    EXPECT_THAT(Inspected(server), HasSubstr(" state - shutdown\r\n"));
 }
 
 TEST(RkUdpServerTest, AConnectionMayStopItsServer) {
-    Server* running = nullptr;
-    Server server([&](Connection&) { running->Stop(); });
-    running = &server;
+    Server server([&](Connection&) { server.Stop(); });
     server.Start();
     Client(server).Say("stop");
     RkThread::WaitForThread(&server);
@@ -196,7 +183,7 @@ TEST(RkUdpServerTest, AnyOtherExceptionEndsTheServerInOrder) {
     Client(server).Say("x");
     RkThread::WaitForThread(&server);
     EXPECT_EQ(server.GetLocalAddress(), RkInetAddress());
-    EXPECT_THAT(server.Print(1), HasSubstr(" state - shutdown\r\n"));
+    EXPECT_THAT(Inspected(server), HasSubstr(" state - shutdown\r\n"));
 }
 
 TEST(RkUdpServerTest, AServerThatNeverRanGoesAtOnceAndClosesItsSocket) {
@@ -205,7 +192,7 @@ TEST(RkUdpServerTest, AServerThatNeverRanGoesAtOnceAndClosesItsSocket) {
     again.Close();
 }
 
-TEST(RkUdpServerTest, PrintsItsStateByLevel) {
+TEST(RkUdpServerTest, PrintsItsStateByLevelAndReportsAll) {
     std::latch running(1), printed(1);
     Server server([&](Connection&) {
         running.count_down();
@@ -214,32 +201,12 @@ TEST(RkUdpServerTest, PrintsItsStateByLevel) {
     server.Start();
     Client(server).Say("x");
     running.wait();
-
-    const std::string rule(70, '-');
-    const std::string state = "address: 127\\.0\\.0\\.1:" + std::to_string(server.GetLocalAddress().GetPort()) +
-                              " state - (waiting for|reading) message\r\n\r\n"
-                              "total threads: [0-9]+\r\nidle threads: [0-9]+\r\n\r\n";
-    const std::string list = "connections:\n  a datagram at 3\r\n\r\n";
-    const std::string bodies[] = {"", state, state, list + state, ""};
-    for (int level = 0; level < 5; ++level) {
-        const std::string expected = rule + "\r\nTARNUdpServer - PrintSelf - Level: " + std::to_string(level) +
-                                     "\r\nTime: [-0-9: ]{19}\r\n" + rule + "\r\n\r\n" + bodies[level] + "\r\n";
-        EXPECT_THAT(server.Print(level), MatchesRegex(expected));
-    }
+    ExpectReports(
+        server, "TARNUdpServer", "  a datagram at 3\r\n",
+        "address: 127\\.0\\.0\\.1:" + std::to_string(server.GetLocalAddress().GetPort()) +
+            " state - (waiting for|reading) message\r\n\r\ntotal threads: [0-9]+\r\nidle threads: [0-9]+\r\n\r\n");
     printed.count_down();
-}
-
-TEST(RkUdpServerTest, ReportsItselfUnderItsKey) {
-    struct Inspector : kstr::diag::RkInspector {
-        void reportMultiLineValue(const std::string& key, const std::string& text) override { all += key + "=" + text; }
-        std::string all;
-    } inspector;
-    Server server(ECHO);
-    server.HandleInspection(inspector);
-    EXPECT_THAT(inspector.all, AllOf(StartsWith("TARNUdpServer=-----"), HasSubstr("Level: 3\r\n")));
-    inspector.all.clear();
-    Connection(ECHO).HandleInspection(inspector);
-    EXPECT_EQ(inspector.all, "TARNUdpConnection=a datagram at 3\r\n");
+    EXPECT_EQ(Inspected(Connection(ECHO)), "TARNUdpConnection=a datagram at 3\r\n");
 }
 
 TEST(RkUdpCriticalSectionTest, WaitsForADatagramWithoutTheLock) {
