@@ -1,12 +1,12 @@
 #include "Network/Network/RkHTTPConnection.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <latch>
 
 #include "Network/Network/RkBasicConnectionException.h"
 #include "Network/Network/RkHTTPConnectionPool.h"
+#include "tests/support/MessageOf.h"
 #include "tests/support/ScriptedPeer.h"
 
 namespace {
@@ -34,25 +34,16 @@ protected:
     ScriptedPeer m_peer;
 };
 
-TEST_F(RkHTTPConnectionTest, KeepsThePortOfItsFirstConnect) {
+TEST_F(RkHTTPConnectionTest, KeepsThePortOfItsFirstConnectAndTellsAnErrorStatusAsASuccess) {
+    m_answer = "HTTP/1.0 404 Not Found\r\n\r\nnone";
     RkHTTPConnection connection(nullptr);
     for (const unsigned short port : {Port(), static_cast<unsigned short>(1)}) {
         connection.Connect(port, Url(), kGenerous);
         connection.Send();
         EXPECT_EQ(connection.GetResponseResult(), RkHTTPConnection::HTTP_NO_ERROR);
-        EXPECT_EQ(connection.GetResponseCode(), 200);
-        EXPECT_EQ(connection.GetResponseBody(), "body");
+        EXPECT_EQ(connection.GetResponseCode(), 404);
+        EXPECT_EQ(connection.GetResponseBody(), "none");
     }
-}
-
-TEST_F(RkHTTPConnectionTest, TellsAnErrorStatusAsASuccess) {
-    m_answer = "HTTP/1.0 404 Not Found\r\n\r\nnone";
-    RkHTTPConnection connection(nullptr);
-    connection.Connect(Port(), Url(), kGenerous);
-    connection.Send();
-    EXPECT_EQ(connection.GetResponseResult(), RkHTTPConnection::HTTP_NO_ERROR);
-    EXPECT_EQ(connection.GetResponseCode(), 404);
-    EXPECT_EQ(connection.GetResponseBody(), "none");
 }
 
 TEST_F(RkHTTPConnectionTest, PostsWithCredentialsAndHeaders) {
@@ -65,6 +56,7 @@ TEST_F(RkHTTPConnectionTest, PostsWithCredentialsAndHeaders) {
     connection->Connect("user", "word", Port(), Url(), kGenerous);
     connection->SetPostRequest(data);
     connection->Send();
+    EXPECT_EQ(connection->GetResponseCode(), 200);
     EXPECT_THAT(m_request, HasSubstr("POST /page HTTP/1.1\r\n"));
     EXPECT_THAT(m_request, HasSubstr("Authorization: Basic dXNlcjp3b3Jk\r\n"));
     EXPECT_THAT(m_request, HasSubstr("X-One: 1\r\nX-Two: 2\r\n"));
@@ -106,25 +98,17 @@ TEST(RkHTTPConnection, TellsATimeOut) {
     EXPECT_EQ(connection.GetResponseBody(), "Curl request timed out");
 }
 
-TEST(RkHTTPConnection, TellsWhyThereIsNoAnswer) {
+TEST(RkHTTPConnection, TellsWhyThereIsNoAnswerAndWhichOptionFailed) {
     RkHTTPConnection connection(nullptr);
+    const auto setTooEarly = [&] { connection.SetPostRequest("before any Connect"); };
+    EXPECT_EQ(MessageOf<RkBasicConnectionException>(setTooEarly), "CURL error, code: 43");  // of a missing handle
+    connection.Send();
+    EXPECT_EQ(connection.GetResponseResult(), RkHTTPConnection::UNKNOWN_ERROR);
     connection.Connect(UnusedAddress().GetPort(), "http://127.0.0.1/", kGenerous);
     connection.Send();
     EXPECT_EQ(connection.GetResponseResult(), RkHTTPConnection::UNKNOWN_ERROR);
     EXPECT_EQ(connection.GetResponseCode(), 0);
     EXPECT_FALSE(connection.GetResponseBody().empty());
-}
-
-TEST(RkHTTPConnection, SaysWhichOptionCodeFailed) {
-    RkHTTPConnection connection(nullptr);
-    try {
-        connection.SetPostRequest("before any Connect");
-        FAIL();
-    } catch (const RkBasicConnectionException& e) {
-        EXPECT_EQ(e.GetMessage(), "CURL error, code: 43");  // libcurl's code for a missing handle
-    }
-    connection.Send();
-    EXPECT_EQ(connection.GetResponseResult(), RkHTTPConnection::UNKNOWN_ERROR);
 }
 
 }  // namespace

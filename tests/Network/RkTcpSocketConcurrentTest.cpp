@@ -27,44 +27,30 @@ struct Pair {
     int m_ends[2];
 };
 
-class RkTcpTimeoutSocketConcurrentTest : public ::testing::Test {
-protected:
-    ssize_t Read() {
-        char byte;
-        return m_sock.Read(&byte, 1);
-    }
-
-    RkTcpTimeoutSocket m_sock{LONG, NO_LIMIT, LONG};
-};
-
-/// Shows what is protected.
-struct OpenedUp : RkTcpTimeoutSocket {
-    using RkTcpTimeoutSocket::m_pipefds;
-    using RkTcpTimeoutSocket::RkTcpTimeoutSocket;
-};
-
 }  // namespace
 
 // Each round: a reader blocks (or is about to), another thread closes, and the number at once belongs to a stranger whose
 // bytes the reader must leave alone.
-TEST_F(RkTcpTimeoutSocketConcurrentTest, CloseEndsReadWithoutTouchingTheNextOwner) {
+TEST(RkTcpTimeoutSocketConcurrentTest, CloseEndsReadWithoutTouchingTheNextOwner) {
     constexpr int ROUNDS = 5000;
     std::barrier step(2);
+    RkTcpTimeoutSocket sock(LONG, NO_LIMIT, LONG);
     std::thread reader([&] {
         for (int i = 0; i < ROUNDS; ++i) {
+            char byte;
             step.arrive_and_wait();
-            EXPECT_EQ(Read(), -1);
+            EXPECT_EQ(sock.Read(&byte, 1), -1);
             step.arrive_and_wait();
         }
     });
     for (int i = 0; i < ROUNDS; ++i) {
         const Pair mine, stranger;
         stranger.Write();
-        m_sock.SetHandle(mine.Given());
+        sock.SetHandle(mine.Given());
         step.arrive_and_wait();
         if (i % 2 == 0)
             std::this_thread::yield();
-        m_sock.Close();
+        sock.Close();
         ASSERT_EQ(::dup3(stranger.Given(), mine.Given(), O_CLOEXEC), mine.Given());
         step.arrive_and_wait();
         char byte;
@@ -75,13 +61,15 @@ TEST_F(RkTcpTimeoutSocketConcurrentTest, CloseEndsReadWithoutTouchingTheNextOwne
     reader.join();
 }
 
-TEST_F(RkTcpTimeoutSocketConcurrentTest, OpenedAgainItIsAsGoodAsNew) {
+TEST(RkTcpTimeoutSocketConcurrentTest, OpenedAgainItIsAsGoodAsNew) {
     RkTcpTimeoutSocket sock(LONG, SHORT, LONG);
     char byte;
     EXPECT_EQ(sock.Read(&byte, 1), 0);  // never opened: only the time passes
-    for (int i = 0; i < 3; ++i) {
+    for (const bool woken : {false, true, false}) {
         const Pair pair;
         sock.SetHandle(pair.Given());
+        if (woken)
+            sock.SignalPipe();  // ends the wait, but nothing came and nobody closed
         EXPECT_EQ(sock.Read(&byte, 1), 0);
         pair.Write();
         EXPECT_EQ(sock.Read(&byte, 1), 1);
@@ -91,20 +79,11 @@ TEST_F(RkTcpTimeoutSocketConcurrentTest, OpenedAgainItIsAsGoodAsNew) {
     }
 }
 
-TEST_F(RkTcpTimeoutSocketConcurrentTest, WaitsOnWhenThereIsNothingAfterAll) {
-    const Pair pair;
-    RkTcpTimeoutSocket sock(LONG, SHORT, LONG);
-    sock.SetHandle(pair.Given());
-    char byte;
-    sock.SignalPipe();  // wakes, but nothing came and nobody closed
-    EXPECT_EQ(sock.Read(&byte, 1), 0);
-    pair.Write();
-    EXPECT_EQ(sock.Read(&byte, 1), 1);
-    sock.Close();
-}
-
-TEST_F(RkTcpTimeoutSocketConcurrentTest, AssignmentHandsOnTheHandleAndKeepsThePipe) {
-    OpenedUp sock(LONG, LONG, LONG), other(LONG, LONG, LONG);
+TEST(RkTcpTimeoutSocketConcurrentTest, AssignmentHandsOnTheHandleAndKeepsThePipe) {
+    struct OpenedUp : RkTcpTimeoutSocket {
+        using RkTcpTimeoutSocket::m_pipefds;
+        OpenedUp() : RkTcpTimeoutSocket(LONG, LONG, LONG) {}
+    } sock, other;
     const int readEnd = other.m_pipefds[0];
     sock.Open();
     other = sock;
@@ -114,10 +93,11 @@ TEST_F(RkTcpTimeoutSocketConcurrentTest, AssignmentHandsOnTheHandleAndKeepsThePi
     other.Close();
 }
 
-TEST_F(RkTcpTimeoutSocketConcurrentTest, ConnectHasTheTimeOutThatWasSet) {
+TEST(RkTcpTimeoutSocketConcurrentTest, ConnectHasTheTimeOutThatWasSet) {
     const StuckListener stuck;
-    m_sock.SetConnectTimeout(SHORT);
-    EXPECT_THROW(m_sock.Connect(stuck.Address()), RkNetworkException);
+    RkTcpTimeoutSocket sock(LONG, NO_LIMIT, LONG);
+    sock.SetConnectTimeout(SHORT);
+    EXPECT_THROW(sock.Connect(stuck.Address()), RkNetworkException);
 }
 
 TEST(RkSocketConcurrentTest, WakeEndsABlockedReadAndABlockedAccept) {

@@ -4,13 +4,13 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
-#include "Network/Network/RkNetworkException.h"
 #include "Network/Network/RkTcpTimeoutSocket.h"
 #include "tests/support/DescriptorLimit.h"
+#include "tests/support/MessageOf.h"
 #include "tests/support/ScriptedPeer.h"
 
-using namespace std::string_literals;
 using testing::ElementsAre;
+using testing::StartsWith;
 
 namespace {
 
@@ -46,19 +46,6 @@ protected:
 
     RkTcpSocket m_listener, m_client, m_server;
 };
-
-/// Runs an action that must fail with `text`, a number and a NUL. @return the number
-template <class Action>
-int FailureOf(Action action, const std::string& text) {
-    try {
-        action();
-        ADD_FAILURE() << "no failure; expected " << text;
-    } catch (const RkNetworkException& e) {
-        EXPECT_EQ(e.GetMessage(), text + std::to_string(e.GetOsErrno()) + '\0');
-        return e.GetOsErrno();
-    }
-    return 0;
-}
 
 /// Writes down which hooks closing calls.
 struct HookedSocket : RkTcpSocket {
@@ -102,14 +89,14 @@ TEST_F(RkTcpSocketTest, FailuresTellTheSystemsNumber) {
     const int closed = ::dup(0);
     ::close(closed);
     bad.SetHandle(closed);
-    EXPECT_EQ(FailureOf([&] { other.Bind(); }, "Bind failed: "), EADDRINUSE);
+    EXPECT_EQ(FailureOf([&] { other.Bind(); }), "Bind failed: 98");  // EADDRINUSE
     other.Close();
-    EXPECT_EQ(FailureOf([&] { bad.Listen(1); }, "Listen failed: "), EBADF);
-    EXPECT_EQ(FailureOf([&] { bad.Accept(other); }, "Accept() failed: "), EBADF);
-    EXPECT_EQ(FailureOf([&] { bad.Accept(other, SHORT); }, "Select() failed in Accept(): "), EBADF);
-    EXPECT_EQ(FailureOf([&] { bad.SetNagleEnabled(true); }, "setsockopt(IPPROTO_TCP, TCP_NODELAY) failed: "), EBADF);
-    EXPECT_EQ(FailureOf([&] { bad.SetNonBlockingMode(true); }, "fcntl F_GETFL failed: "), EBADF);
-    EXPECT_EQ(FailureOf([&] { bad.RkSocket::Open(-1, 0, true); }, "::socket() failed "), EINVAL);
+    EXPECT_EQ(FailureOf([&] { bad.Listen(1); }), "Listen failed: 9");  // EBADF
+    EXPECT_EQ(FailureOf([&] { bad.Accept(other); }), "Accept() failed: 9");
+    EXPECT_EQ(FailureOf([&] { bad.Accept(other, SHORT); }), "Select() failed in Accept(): 9");
+    EXPECT_EQ(FailureOf([&] { bad.SetNagleEnabled(true); }), "setsockopt(IPPROTO_TCP, TCP_NODELAY) failed: 9");
+    EXPECT_EQ(FailureOf([&] { bad.SetNonBlockingMode(true); }), "fcntl F_GETFL failed: 9");
+    EXPECT_EQ(FailureOf([&] { bad.RkSocket::Open(-1, 0, true); }), "::socket() failed 22");  // EINVAL
     EXPECT_EQ(bad.SetBoolSocketOption(RkSocket::KEEPALIVE_SOCK_OPT, true), -1);
     EXPECT_EQ(bad.GetRemoteAddress().ToString(), "0.0.0.0");
     EXPECT_EQ(Read(bad), "");  // a failed wait reads as a time-out
@@ -118,11 +105,11 @@ TEST_F(RkTcpSocketTest, FailuresTellTheSystemsNumber) {
 TEST_F(RkTcpSocketTest, ConnectFailuresLeaveTheSocketClosed) {
     const StuckListener stuck;
     const RkInetAddress unused = UnusedAddress();
-    EXPECT_EQ(FailureOf([&] { m_client.Connect(unused); }, "Connect failed: "), ECONNREFUSED);
+    EXPECT_EQ(FailureOf([&] { m_client.Connect(unused); }), "Connect failed: 111");  // ECONNREFUSED
     EXPECT_FALSE(m_client.IsOpen());
-    EXPECT_EQ(FailureOf([&] { m_client.Connect(unused, LONG); }, "Connect failed: "), ECONNREFUSED);
+    EXPECT_EQ(FailureOf([&] { m_client.Connect(unused, LONG); }), "Connect failed: 111");
     EXPECT_FALSE(m_client.IsOpen());
-    FailureOf([&] { m_client.Connect(stuck.Address(), SHORT); }, "Connect timed out: ");
+    EXPECT_THAT(FailureOf([&] { m_client.Connect(stuck.Address(), SHORT); }), StartsWith("Connect timed out: "));
     EXPECT_FALSE(m_client.IsOpen());
     EXPECT_THROW(m_client.Connect(RkInetAddress("::1", 80), LONG), RkNetworkException);
     EXPECT_FALSE(m_client.IsOpen());

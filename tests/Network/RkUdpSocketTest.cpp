@@ -4,8 +4,8 @@
 
 #include <cerrno>
 
-#include "Network/Network/RkNetworkException.h"
 #include "Network/Network/RkUdpBroadcastSocket.h"
+#include "tests/support/MessageOf.h"
 #include "tests/support/OpenDescriptors.h"
 #include "tests/support/OwnNetwork.h"
 
@@ -39,39 +39,27 @@ TYPED_TEST(RkUdpSocketTest, AnswersWhoeverWroteLast) {
     }
 }
 
-TYPED_TEST(RkUdpSocketTest, KeepsThePeerUnlessBytesCame) {
-    Owned<TypeParam> server, client(ANY_PORT, server.GetLocalAddress());
-    char buffer[16];
-    EXPECT_EQ(server.Read(buffer, sizeof buffer, RkTimePeriod(0, 0, 0, 0, 20)), 0);  // nothing came in time
-    EXPECT_EQ(client.Write("", 0), 0);
-    RkInetAddress from;
-    EXPECT_EQ(server.ReadFrom(buffer, sizeof buffer, from), 0);  // an empty datagram has no sender
-    EXPECT_EQ(from, RkInetAddress());
-    server.Close();
-    EXPECT_EQ(server.Read(buffer, sizeof buffer, LONG), -1);
-    EXPECT_EQ(server.GetRemoteAddress(), RkInetAddress());
-}
-
-TYPED_TEST(RkUdpSocketTest, CutsALongDatagramToTheBuffer) {
+TYPED_TEST(RkUdpSocketTest, CutsALongDatagramAndKeepsThePeerUnlessBytesCame) {
     Owned<TypeParam> server, client(ANY_PORT, server.GetLocalAddress());
     char buffer[] = "........";
-    client.Write("0123456789", 10);
+    EXPECT_EQ(server.Read(buffer, 4, RkTimePeriod(0, 0, 0, 0, 20)), 0);  // nothing came in time
+    EXPECT_EQ(client.Write("", 0), 0);
     RkInetAddress from;
+    EXPECT_EQ(server.ReadFrom(buffer, 4, from), 0);  // an empty datagram has no sender
+    EXPECT_EQ(from, RkInetAddress());
+    client.Write("0123456789", 10);
     EXPECT_EQ(server.ReadFrom(buffer, 4, from), 4);
     EXPECT_STREQ(buffer, "0123....");
     EXPECT_EQ(from, client.GetLocalAddress());
+    server.Close();
+    EXPECT_EQ(server.Read(buffer, 4, LONG), -1);
+    EXPECT_EQ(server.GetRemoteAddress(), RkInetAddress());
 }
 
 TYPED_TEST(RkUdpSocketTest, ClosesWhatItOpenedWhenThePortIsTaken) {
     Owned<TypeParam> holder;
     const auto before = OpenDescriptors();
-    try {
-        Owned<TypeParam> second(holder.GetLocalAddress());
-        FAIL() << "bound a port twice";
-    } catch (const RkNetworkException& e) {
-        EXPECT_EQ(e.GetMessage(), "Bind failed: " + std::to_string(EADDRINUSE) + '\0');
-        EXPECT_EQ(e.GetOsErrno(), EADDRINUSE);
-    }
+    EXPECT_EQ(FailureOf([&] { Owned<TypeParam>{holder.GetLocalAddress()}; }), "Bind failed: 98");  // EADDRINUSE
     EXPECT_EQ(OpenDescriptors(), before);
 }
 
@@ -93,8 +81,9 @@ TYPED_TEST(RkUdpSocketTest, RefusesToSendToIPv6) {
 
 TEST(RkUdpBroadcastSocketTest, ReachesEveryListenerOfItsNetwork) {
     const int result = RunInOwnNetwork([] {
-        Owned<RkUdpSocket> listener(RkInetAddress("0.0.0.0", 0)), plain(RkInetAddress("0.0.0.0", 0));
-        Owned<RkUdpBroadcastSocket> caller(RkInetAddress("0.0.0.0", 0));
+        const RkInetAddress any("0.0.0.0", 0);
+        Owned<RkUdpSocket> listener(any), plain(any);
+        Owned<RkUdpBroadcastSocket> caller(any);
         const RkInetAddress everyone("255.255.255.255", listener.GetLocalAddress().GetPort());
         EXPECT_EQ(plain.WriteTo(everyone, "x", 1), -1);
         EXPECT_EQ(errno, EACCES);
