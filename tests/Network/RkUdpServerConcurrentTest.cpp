@@ -46,8 +46,11 @@ class Server : public RkUdpServer {
 public:
     using Make = std::function<RkUdpConnection*()>;
 
-    explicit Server(Make make) : RkUdpServer(ANY_PORT, 20000), m_make(std::move(make)) {}
-    explicit Server(const Work& work) : Server([work] { return new Connection(work); }) {}
+    explicit Server(Make make, bool starts = true) : RkUdpServer(ANY_PORT, 20000), m_make(std::move(make)) {
+        if (starts)
+            Start();
+    }
+    explicit Server(const Work& work, bool starts = true) : Server([work] { return new Connection(work); }, starts) {}
     ~Server() override {
         Stop();
         WaitForThread(this);
@@ -64,14 +67,11 @@ public:
     ~Client() override { Close(); }
 
     void Say(const std::string& text) { EXPECT_EQ(Write(text.data(), text.size()), std::ssize(text)); }
-    std::string Hear() {
+    std::string Ask(const std::string& text) {
+        Say(text);
         char buffer[8192];
         const ssize_t count = Read(buffer, sizeof buffer, LONG);
         return {buffer, static_cast<size_t>(std::max<ssize_t>(count, 0))};
-    }
-    std::string Ask(const std::string& text) {
-        Say(text);
-        return Hear();
     }
 };
 
@@ -79,7 +79,6 @@ const Work ECHO = [](Connection& connection) { connection.Echo(); };
 
 TEST(RkUdpServerTest, AnswersEachClientWithItsOwnBytes) {
     Server server(ECHO);
-    server.Start();
     InThreads(8, [&](int id) {
         Client client(server);
         for (int i = 0; i < 100; ++i) {
@@ -98,7 +97,6 @@ TEST(RkUdpServerTest, KeepsUpTo4095BytesAndAZero) {
         text = connection.Text();
         seen.release();
     });
-    server.Start();
     Client client(server);
     for (const size_t size : {0u, 1u, 4095u, 4096u, 65507u}) {
         client.Say(std::string(size, 'x'));
@@ -116,7 +114,6 @@ TEST(RkUdpServerTest, SurvivesClientsThatAreGone) {
             connection.Echo();  // each comes back as port unreachable
         answered.count_down();
     });
-    server.Start();
     Client(server).Say("bye");
     gone.count_down();
     answered.wait();
@@ -125,7 +122,6 @@ TEST(RkUdpServerTest, SurvivesClientsThatAreGone) {
 
 TEST(RkUdpServerTest, StopClosesTheSocketBeforeItReturns) {
     Server server(ECHO);
-    server.Start();
     EXPECT_EQ(Client(server).Ask("x"), "x");
     server.Stop();
     EXPECT_EQ(server.GetLocalAddress(), RkInetAddress());
@@ -134,7 +130,6 @@ TEST(RkUdpServerTest, StopClosesTheSocketBeforeItReturns) {
 
 TEST(RkUdpServerTest, AConnectionMayStopItsServer) {
     Server server([&](Connection&) { server.Stop(); });
-    server.Start();
     Client(server).Say("stop");
     RkThread::WaitForThread(&server);
     EXPECT_EQ(server.GetLocalAddress(), RkInetAddress());
@@ -149,7 +144,6 @@ TEST(RkUdpServerTest, ConnectionsThatSendDuringStopMeetNoForeignSocket) {
                 connection.Echo();
         });
         const RkInetAddress address = server.GetLocalAddress();
-        server.Start();
         Client client(server);
         client.Say("1");
         client.Say("2");
@@ -170,7 +164,6 @@ TEST(RkUdpServerTest, AFailedCreateConnectionLeavesTheDatagramToTheNext) {
             throw RkNetworkException("no connection now");
         return call == 3 ? nullptr : new Connection(ECHO);
     });
-    server.Start();
     Client client(server);
     EXPECT_EQ(client.Ask("first"), "first");
     client.Say("dropped");
@@ -179,7 +172,6 @@ TEST(RkUdpServerTest, AFailedCreateConnectionLeavesTheDatagramToTheNext) {
 
 TEST(RkUdpServerTest, AnyOtherExceptionEndsTheServerInOrder) {
     Server server([]() -> RkUdpConnection* { throw std::runtime_error("out of everything"); });
-    server.Start();
     Client(server).Say("x");
     RkThread::WaitForThread(&server);
     EXPECT_EQ(server.GetLocalAddress(), RkInetAddress());
@@ -187,7 +179,7 @@ TEST(RkUdpServerTest, AnyOtherExceptionEndsTheServerInOrder) {
 }
 
 TEST(RkUdpServerTest, AServerThatNeverRanGoesAtOnceAndClosesItsSocket) {
-    const RkInetAddress address = Server(ECHO).GetLocalAddress();
+    const RkInetAddress address = Server(ECHO, false).GetLocalAddress();
     RkUdpSocket again(address, RkInetAddress());  // throws while the port is taken
     again.Close();
 }
@@ -198,7 +190,6 @@ TEST(RkUdpServerTest, PrintsItsStateByLevelAndReportsAll) {
         running.count_down();
         printed.wait();
     });
-    server.Start();
     Client(server).Say("x");
     running.wait();
     ExpectReports(
