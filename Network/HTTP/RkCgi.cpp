@@ -83,8 +83,9 @@ void RkCgi::addParameter(const std::string& name, const std::string& value, bool
 
 // The pair that moves into an erased place is not looked at: callers rely on it (test RemovesOnlyTheFirstOfAdjacentNames).
 void RkCgi::removeName(const std::string& name) {
+    const std::string wanted = name;  // may be one of the texts that move
     for (std::size_t at = 0; at < m_params.size(); ++at)
-        if (m_params[at].name == name)
+        if (m_params[at].name == wanted)
             m_params.erase(m_params.begin() + static_cast<std::ptrdiff_t>(at));
 }
 

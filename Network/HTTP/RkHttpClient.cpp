@@ -9,8 +9,8 @@
 
 #include "Base/RkBase64Decoder.h"
 #include "Base/RkIO.h"
+#include "Network/Network/RkAsNetworkException.h"
 #include "Network/Network/RkDnsCache.h"
-#include "Network/Network/RkNetworkException.h"
 #include "Network/Network/RkSelect.h"
 
 namespace {
@@ -67,20 +67,15 @@ void RkHttpClient::get(const RkUrl& url) { exchange("GET", std::string(), url); 
 
 void RkHttpClient::post(const RkUrl& url, const std::string& data) { exchange("POST", data, url); }
 
-// Stream and device report with the base exception; callers of the client catch RkNetworkException.
 void RkHttpClient::exchange(const std::string& method, const std::string& data, const RkUrl& url) {
     m_httpResponse.clear();
     m_responseHeaders.clear();
     const Exchange running(*this);
-    try {
+    RkAsNetworkException([&] {
         connect(url);
         writeRequest(method, data, url);
         readResponse();
-    } catch (const RkNetworkException&) {
-        throw;
-    } catch (const RkException& e) {
-        throw RkNetworkException(e.GetMessage());
-    }
+    });
 }
 
 void RkHttpClient::connect(const RkUrl& url) {
@@ -169,7 +164,11 @@ void RkHttpClient::makeStream() {
 void RkHttpClient::writeRequest(const std::string& method, const std::string& postData, const RkUrl& url) {
     if (!m_stream)
         throw RkNetworkException("Socket is not connected");
-    RkBStream& stream = *m_stream;
+    RkAsNetworkException([&] { writeTo(*m_stream, method, postData, url); });
+}
+
+void RkHttpClient::writeTo(RkBStream& stream, const std::string& method, const std::string& postData,
+                           const RkUrl& url) const {
     stream << method << ' ';
     if (m_useProxy)
         stream << url.getUnescapedUrl();

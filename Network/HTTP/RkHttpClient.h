@@ -102,6 +102,7 @@ private:
     void beginConnect(const RkInetAddress& target);
     void awaitConnection();
     void makeStream();
+    void writeTo(RkBStream& stream, const std::string& method, const std::string& postData, const RkUrl& url) const;
     void readResponse();
     bool peekStatusLine();
     void readHeaders();

@@ -2,18 +2,23 @@
 
 #include <boost/thread/thread.hpp>
 
-#include "Network/Network/RkNetworkException.h"
-#include "Network/Network/RkTcpSocket.h"
+#include "Network/Network/RkAsNetworkException.h"
 
 namespace {
 
 constexpr int kBacklog = 5;
 constexpr size_t kLongestRequest = 2047;
 
-/// Closes an accepted socket however its scope ends.
-class ClosingSocket : public RkTcpSocket {
+/// Closes a socket however the scope ends.
+class Closer {
 public:
-    ~ClosingSocket() override { Close(); }
+    explicit Closer(RkTcpSocket& socket) : m_socket(socket) {}
+    ~Closer() { m_socket.Close(); }
+    Closer(const Closer&) = delete;
+    Closer& operator=(const Closer&) = delete;
+
+private:
+    RkTcpSocket& m_socket;
 };
 
 }  // namespace
@@ -36,28 +41,28 @@ MockServer::~MockServer() {
     m_sock->Close();
 }
 
-// Wakes again and again: the thread may only be about to listen.
+// Wakes again and again: the thread may only be about to accept, or to read.
 void MockServer::EndThread() {
-    do
+    do {
         m_sock->Wake();
-    while (!m_listenThread->try_join_for(boost::chrono::milliseconds(10)));
+        m_client->Wake();
+    } while (!m_listenThread->try_join_for(boost::chrono::milliseconds(10)));
 }
 
 RkInetAddress MockServer::GetLocalAddress() { return m_sock->GetLocalAddress(); }
 
 void MockServer::RunSynchronously() {
-    try {
-        ServeOne();
-    } catch (const RkNetworkException&) {
-        throw;
-    } catch (const RkException& e) {
-        throw RkNetworkException(e.GetMessage());
-    }
+    RkTcpSocket client;
+    Serve(client);
 }
 
-void MockServer::ServeOne() {
+void MockServer::Serve(RkTcpSocket& client) {
+    RkAsNetworkException([&] { ServeOne(client); });
+}
+
+void MockServer::ServeOne(RkTcpSocket& client) {
     m_sock->Listen(kBacklog);
-    ClosingSocket client;
+    const Closer closer(client);
     m_sock->Accept(client, m_timeout);
     if (!client.IsOpen())
         return;
@@ -69,12 +74,14 @@ void MockServer::ServeOne() {
 // Listens before the thread does so again: a client may connect as soon as this returns.
 void MockServer::Run() {
     m_sock->Listen(kBacklog);
-    m_listenThread = std::make_unique<boost::thread>([this] { ServeQuietly(); });
+    const auto client = std::make_shared<RkTcpSocket>();
+    m_client = client;
+    m_listenThread = std::make_unique<boost::thread>([this, client] { ServeQuietly(*client); });
 }
 
-void MockServer::ServeQuietly() noexcept {
+void MockServer::ServeQuietly(RkTcpSocket& client) noexcept {
     try {
-        RunSynchronously();
+        Serve(client);
     } catch (...) {  // the client sees the closed connection
     }
 }

@@ -26,7 +26,7 @@ public:
     MockServer(const MockServer&) = delete;
     MockServer& operator=(const MockServer&) = delete;
 
-    /// Call Wait first when Run was used. Waits itself if that was forgotten.
+    /// Call Wait first when Run was used. If that was forgotten, ends the run, a client that says nothing included.
     ~MockServer();
 
     /// The address that clients connect to.
@@ -49,11 +49,13 @@ public:
 
 private:
     void EndThread();
-    void ServeOne();
-    void ServeQuietly() noexcept;
+    void Serve(RkTcpSocket& client);
+    void ServeOne(RkTcpSocket& client);
+    void ServeQuietly(RkTcpSocket& client) noexcept;
 
     const std::string m_response;
     const RkTimePeriod m_timeout;
     std::unique_ptr<RkTcpTimeoutSocket> m_sock;
     std::unique_ptr<boost::thread> m_listenThread;
+    std::shared_ptr<RkTcpSocket> m_client;  ///< of that thread, which alone closes it; others wake it
 };

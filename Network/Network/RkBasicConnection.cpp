@@ -51,9 +51,14 @@ void RkBasicConnection::ConnectTcp(const RkInetAddress& server, const RkTimePeri
     if (!socket)
         throw RkNetworkException("Could not allocate socket");
     socket->Connect(server);
+    try {
+        socket->SetNagleEnabled(false);
+        m_stream = std::make_unique<RkBStream>(*socket);
+    } catch (...) {  // a socket's destructor does not close it
+        socket->Close();
+        throw;
+    }
     m_socket = std::move(socket);
-    static_cast<RkTcpTimeoutSocket&>(*m_socket).SetNagleEnabled(false);
-    m_stream = std::make_unique<RkBStream>(*m_socket);
 }
 
 void RkBasicConnection::ConnectUdp(const RkInetAddress& server) {

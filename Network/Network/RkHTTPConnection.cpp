@@ -81,12 +81,21 @@ void RkHTTPConnection::Connect(const std::string& userName, const std::string& p
                                const std::string& url, const RkTimePeriod& timeout) {
     if (!m_curlHandle) {
         Connect(port, url, timeout);
-        SetOption(CURLOPT_USERNAME, userName.c_str());
-        SetOption(CURLOPT_PASSWORD, password.c_str());
+        SetCredentials(userName, password);
     }
     SetUrl(url);
     if (timeout != m_timeout)
         SetTimeout(timeout);
+}
+
+void RkHTTPConnection::SetCredentials(const std::string& userName, const std::string& password) {
+    try {
+        SetOption(CURLOPT_USERNAME, userName.c_str());
+        SetOption(CURLOPT_PASSWORD, password.c_str());
+    } catch (...) {  // later Connects set no credentials: they would go on without any
+        Close();
+        throw;
+    }
 }
 
 void RkHTTPConnection::SetPostRequest(const std::string& data) {

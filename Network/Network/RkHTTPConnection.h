@@ -60,6 +60,7 @@ public:
 private:
     void SetUp(unsigned short port, const RkTimePeriod& timeout);
     void Configure(unsigned short port, const RkTimePeriod& timeout);
+    void SetCredentials(const std::string& userName, const std::string& password);
     void SetUrl(const std::string& url);
     void SetTimeout(const RkTimePeriod& timeout);
     template <class Value>

@@ -65,7 +65,7 @@ TEST(RkCgiTest, BuildsQueries) {
 
 TEST(RkCgiTest, RemovesOnlyTheFirstOfAdjacentNames) {
     RkCgi cgi = Parsed("a=1&a=2&b=3&a=4");
-    cgi.removeName("a");
+    cgi.removeName(cgi.getParameters()[0].name);  // moves while it is compared
     EXPECT_EQ(Plain(cgi), "a=2&b=3");
 }
 

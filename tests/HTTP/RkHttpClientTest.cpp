@@ -207,6 +207,14 @@ TEST(RkHttpClient, ReadsALongBodyInLittleMemory) {
     EXPECT_LT(PeakKiB() - before, 10 * 1024);
 }
 
+TEST(RkHttpClient, ADirectWriteThatFailsIsANetworkExceptionToo) {
+    AnsweringPeer peer("HTTP/1.0 200 OK\r\n\r\n");
+    RkHttpClient client(kNone);
+    client.get(RkUrl(peer.Url("/")));
+    client.getStream().Abort();
+    EXPECT_THROW(client.writeRequest("GET", "", RkUrl("http://127.0.0.1/")), RkNetworkException);
+}
+
 TEST(RkHttpClient, HasNoStreamBeforeItsFirstRequest) {
     RkHttpClient client(kNone);
     EXPECT_THROW(client.getStream(), RkNetworkException);

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+
 #include "Network/Network/RkNetworkException.h"
 #include "tests/support/TestClient.h"
 
@@ -44,9 +46,15 @@ TEST(MockServer, TakesThePortFromTheText) {
     first.Wait();
 }
 
-TEST(MockServer, EndsAForgottenThreadThatStillWaitsForItsClient) {
-    MockServer server("", RkTimePeriod(), "127.0.0.1");
-    server.Run();
+TEST(MockServer, EndsAForgottenThreadThatStillWaits) {
+    std::optional<TestClient> silent;
+    {
+        MockServer lonely("", RkTimePeriod(), "127.0.0.1"), server("", RkTimePeriod(), "127.0.0.1");
+        lonely.Run();
+        server.Run();
+        silent.emplace(server.GetLocalAddress().GetPort());
+    }
+    EXPECT_EQ(silent->ReadAll(), "");
 }
 
 }  // namespace

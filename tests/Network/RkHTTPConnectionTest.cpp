@@ -63,6 +63,15 @@ TEST_F(RkHTTPConnectionTest, PostsWithCredentialsAndHeaders) {
     pool.Done(connection, false);
 }
 
+TEST_F(RkHTTPConnectionTest, CredentialsThatFailedAreAskedForAgain) {
+    RkHTTPConnection connection(nullptr);
+    const std::string tooLong(8000001, 'x');  // libcurl's limit for a text is 8,000,000 bytes
+    EXPECT_THROW(connection.Connect("user", tooLong, Port(), Url(), kGenerous), RkBasicConnectionException);
+    connection.Connect("user", "word", Port(), Url(), kGenerous);
+    connection.Send();
+    EXPECT_THAT(m_request, HasSubstr("Authorization: Basic dXNlcjp3b3Jk\r\n"));
+}
+
 TEST_F(RkHTTPConnectionTest, SendsNoHeadersThatWereAddedAfterItWasMade) {
     RkHTTPConnectionPool pool(0, 1);
     auto* connection = static_cast<RkHTTPConnection*>(pool.Get(RkTimePeriod()));

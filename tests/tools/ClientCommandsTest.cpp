@@ -47,6 +47,11 @@ TEST(ClientCommands, SayWhatWasWrong) {
         c.ReadUntil("\r\n\r\n");
         c.Write("HTTP/1.0 200 OK\r\nContent-Length: 9\r\n\r\nhel");
     });
+    ScriptedPeer silent([](auto& c) {
+        c.ReadUntil("\r\n\r\n");
+        c.Write("HTTP/1.0 200 OK\r\n\r\nhello");
+        c.ReadAll();
+    });
     const struct {
         std::vector<std::string> arguments;
         int status;
@@ -60,6 +65,7 @@ TEST(ClientCommands, SayWhatWasWrong) {
         {{"get", "http://" + UnusedAddress().ToString() + "/"}, 1, "/: Connect failed: Connection refused"},
         {{"get", "--connect-timeout", "1", "http://" + stuck.Address().ToString() + "/"}, 1, "--connect-timeout"},
         {{"get", Url(shortened, "/")}, 1, "3 bytes of 9"},
+        {{"get", "--read-timeout", "1", Url(silent, "/")}, 1, "after 5 bytes: the server went away, or said nothing"},
         {{"fetch", "http://" + UnusedAddress().ToString() + "/"}, 1, "1 of 1 requests failed"},
     };
     for (const auto& c : cases) {

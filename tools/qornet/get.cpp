@@ -103,6 +103,13 @@ long long AnnouncedLength(const RkHttpClient& client) {
     return length;
 }
 
+/// After a read that brought nothing: whether the server has ended the body, or just been silent for too long.
+bool HasEnded(RkHttpClient& client) {
+    const auto& socket = dynamic_cast<const RkSocket&>(client.getStream().GetDevice());
+    char byte;
+    return RkIO::Recv(socket.GetHandle(), &byte, 1, MSG_PEEK | MSG_DONTWAIT) == 0;
+}
+
 void PrintBody(RkHttpClient& client) {
     char chunk[16384];
     long long total = 0;
@@ -114,7 +121,7 @@ void PrintBody(RkHttpClient& client) {
     }
     std::cout.flush();
     const long long announced = AnnouncedLength(client);
-    if (count < 0 || total < announced)
+    if (count < 0 || total < announced || (announced < 0 && !HasEnded(client)))
         throw CommandFailed("the body ended after " + std::to_string(total) + " bytes" +
                             (announced < 0 ? "" : " of " + std::to_string(announced)) +
                             ": the server went away, or said nothing for longer than --read-timeout");
