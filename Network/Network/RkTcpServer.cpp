@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "Base/RkException.h"
+#include "Base/RkIO.h"
 #include "Base/RkSemLock.h"
 #include "Base/RkSwallow.h"
 #include "Diag/RkInspector.h"
@@ -77,6 +78,7 @@ void RkTcpServer::Run() {
     listener.AddException(m_server.GetHandle());
     while (!m_shutdown && m_server.IsOpen())
         ServeNextClient(listener);
+    DropClient();
     ShutDown();
 }
 
@@ -137,9 +139,15 @@ void RkTcpServer::ServeNextClient(RkSelect& listener) {
         Pause();
 }
 
-/// @return whether the listening socket has something to accept
+/// Waits inside the accept itself, which Stop's Wake ends: that is one system call a client. Where it gives nobody (no
+/// descriptors left, or a client that hung up) the readiness wait keeps the loop from spinning.
+/// @return whether there is a client, taken or still to be accepted
 bool RkTcpServer::WaitForClient(RkSelect& listener) {
     m_state = "waiting for connection";
+    if (m_client.handle == -1)
+        m_client = m_server.TakeClient();
+    if (m_client.handle != -1)
+        return !m_shutdown;
     try {
         return listener.Select(WAIT, true) > 0 && !m_shutdown && m_server.IsOpen();
     } catch (const RkNetworkException&) {
@@ -171,6 +179,10 @@ void RkTcpServer::AcceptClient() {
 
 /// @return false when the system had no connection to give (no descriptors left, say); `socket` is closed then
 bool RkTcpServer::Accept(RkTcpSocket& socket) {
+    if (m_client.handle != -1) {
+        socket.Adopt(std::exchange(m_client, {}));
+        return true;
+    }
     try {
         m_server.Accept(socket);
         return true;
@@ -179,6 +191,12 @@ bool RkTcpServer::Accept(RkTcpSocket& socket) {
         socket.Close();
         return false;
     }
+}
+
+/// Closes one that came while the server was being stopped, or for which the factory made no socket until then.
+void RkTcpServer::DropClient() {
+    if (m_client.handle != -1)
+        RkIO::Close(std::exchange(m_client, {}).handle);
 }
 
 void RkTcpServer::Refuse(RkTcpSocket* socket) {

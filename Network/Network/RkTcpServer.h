@@ -178,6 +178,7 @@ private:
     bool WaitForClient(RkSelect& listener);
     void AcceptClient();
     bool Accept(RkTcpSocket& socket);
+    void DropClient();
     void Refuse(RkTcpSocket* socket);
     void Pause();
     void ShutDown();
@@ -198,6 +199,7 @@ private:
     std::atomic<bool> m_bound{false};
     const std::unique_ptr<RkTcpSocketFactory> m_factory;
     RkUInt16 m_askedPort;                          ///< host byte order; names the logger when binding failed
+    RkTcpSocket::Client m_client;                  ///< taken, still without a socket; for the server's thread
     RkEvent m_settled;                             ///< posted when the server's thread listens, or has failed to
     RkEvent m_stopRequested;                       ///< posted by Stop; ends a pause early
     std::optional<kstr::diag::RkLogger> m_logger;  ///< set by Run; for the server's thread

@@ -105,13 +105,24 @@ void RkTcpSocket::Listen(int backlog) {
 }
 
 void RkTcpSocket::Accept(RkTcpSocket& newSocket) {
-    sockaddr_in client{};
-    socklen_t length = sizeof client;
-    const SOCKET sock = RkIO::Accept(m_sock, reinterpret_cast<sockaddr*>(&client), &length);
-    if (sock == -1)
+    const Client client = TakeClient();
+    if (client.handle == -1)
         RkThrowErrno("Accept() failed: ");
-    newSocket.SetHandle(sock);
-    newSocket.m_acceptedFrom = &client;
+    newSocket.Adopt(client);
+}
+
+RkTcpSocket::Client RkTcpSocket::TakeClient() {
+    sockaddr_in address{};
+    socklen_t length = sizeof address;
+    Client client;
+    client.handle = RkIO::Accept(m_sock, reinterpret_cast<sockaddr*>(&address), &length);
+    client.address = &address;
+    return client;
+}
+
+void RkTcpSocket::Adopt(const Client& client) {
+    SetHandle(client.handle);
+    m_acceptedFrom = client.address;
 }
 
 bool RkTcpSocket::Accept(RkTcpSocket& newSocket, const RkTimePeriod& timeout) {

@@ -8,6 +8,12 @@
 /// failed call in its message; reads and writes never throw. Ownership, threads: as RkSocket.
 class QOR_NETWORK_EXPORT RkTcpSocket : public RkSocket {
 public:
+    /// A client that was taken off a listening socket's queue and for which there is no socket object yet.
+    struct Client {
+        SOCKET handle = -1;  ///< -1: nobody; else to be closed by whoever holds it
+        RkInetAddress address;
+    };
+
     RkTcpSocket();
 
     /// Opens nothing yet.
@@ -63,6 +69,14 @@ public:
 
     /// As above within `timeout` (zero: without limit). @return false after the time-out
     virtual bool Accept(RkTcpSocket& newSocket, const RkTimePeriod& timeout);
+
+    /// Accept in two steps, for a server that makes the socket object only when there is a client for it: waits for one,
+    /// without limit on a blocking socket.
+    /// @return handle -1 with errno set when there was none to be had (Wake, no descriptors left)
+    Client TakeClient();
+
+    /// Gives a client's handle to this socket, whose old handle is not closed.
+    void Adopt(const Client& client);
 
     /// The client of an accepted socket as Accept found it, without asking the system; stays when the socket is closed.
     /// 0.0.0.0 port 0 on any other socket.

@@ -7,6 +7,7 @@
 #include <chrono>
 #include <functional>
 #include <latch>
+#include <semaphore>
 
 #include "Network/Network/RkTcpConnection.h"
 #include "tests/support/CapturingSink.h"
@@ -147,8 +148,12 @@ TEST(RkTcpServerTest, ExceptionOfTheSubclassLosesTheSocketAndServingGoesOn) {
 TEST(RkTcpServerTest, AcceptsAgainAfterDescriptorsRanOut) {
     const LogCapture log;
     TestServer server;
+    std::counting_semaphore<2> busy(0);
+    std::counting_semaphore<2> goOn(0);
+    server.valid = [&](RkTcpSocket&) { return busy.release(), goOn.acquire(), true; };
     const RkUInt16 port = server.Listen();
-    ASSERT_EQ(TestClient(port).ReadAll(), "hi");
+    TestClient first(port);
+    busy.acquire();  // the server's thread waits in no accept, for which the system would keep a descriptor
     rlimit before;
     ::getrlimit(RLIMIT_NOFILE, &before);
     const int next = ::dup(0);
@@ -156,6 +161,7 @@ TEST(RkTcpServerTest, AcceptsAgainAfterDescriptorsRanOut) {
     const rlimit oneMore{static_cast<rlim_t>(next) + 1, before.rlim_max};
     ::setrlimit(RLIMIT_NOFILE, &oneMore);
     TestClient client(port);  // takes the last descriptor
+    goOn.release(2);
     log->WaitFor("Accept failed");
     ::setrlimit(RLIMIT_NOFILE, &before);
     EXPECT_EQ(client.ReadAll(), "hi");
