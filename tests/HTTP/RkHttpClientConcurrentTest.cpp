@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <functional>
+#include <future>
 #include <latch>
 #include <list>
 #include <map>
@@ -111,6 +112,22 @@ TEST(RkHttpClientConcurrent, CancelEndsTheWaitForAnAnswer) {
         EXPECT_EQ(CancelAll(urlOf, asked, asked), (Outcomes{{"Error read was canceled.", kAtOnce}}));
     }
     EXPECT_EQ(OpenDescriptors(), before);
+}
+
+TEST(RkHttpClientConcurrent, CancelEndsTheReadingOfABody) {
+    ScriptedPeer peer([](ScriptedPeer::Connection& connection) {
+        connection.ReadUntil("\r\n\r\n");
+        connection.Write("HTTP/1.0 200 OK\r\n\r\n");
+        connection.ReadAll();
+    });
+    for (int round = 0; round < kRounds; ++round) {
+        RkHttpClient client("", 0, kLong, kLong, kLong);
+        client.get(RkUrl("http://" + peer.Address().ToString() + '/'));
+        char byte;
+        auto read = std::async(std::launch::async, [&] { return client.getStream().Read(&byte, 1); });
+        client.cancel();
+        EXPECT_EQ(read.get(), -1);
+    }
 }
 
 void AnswerBriefly(ScriptedPeer::Connection& connection) {
