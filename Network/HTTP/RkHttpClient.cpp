@@ -3,7 +3,6 @@
 #include <strings.h>
 
 #include <algorithm>
-#include <boost/algorithm/string/case_conv.hpp>
 #include <boost/algorithm/string/trim.hpp>
 #include <cerrno>
 
@@ -12,6 +11,7 @@
 #include "Network/Network/RkAsNetworkException.h"
 #include "Network/Network/RkDnsCache.h"
 #include "Network/Network/RkSelect.h"
+#include "Network/Url/RkUrlText.h"
 
 namespace {
 
@@ -231,9 +231,9 @@ void RkHttpClient::readHeaders() {
         if (colon == std::string::npos)
             continue;
         std::string name = line.substr(0, colon);
-        boost::algorithm::to_lower(name);
-        boost::algorithm::trim(name);
-        m_responseHeaders[name] = boost::algorithm::trim_left_copy(line.substr(colon + 1));
+        RkUrlText::Lower(name);
+        boost::algorithm::trim_if(name, &RkUrlText::IsSpace);
+        m_responseHeaders[name] = boost::algorithm::trim_left_copy_if(line.substr(colon + 1), &RkUrlText::IsSpace);
     }
 }
 
