@@ -12,6 +12,7 @@
 #include "Network/Network/RkUdpSocket.h"
 #include "Network/QorNetworkExport.h"
 
+class RkSelect;
 class RkUdpConnection;
 
 /// A datagram server: a thread that receives, and a pool of threads that answer. A subclass says in CreateConnection what
@@ -76,6 +77,7 @@ private:
     using conmap_t = std::map<RkUdpConnection*, RkUdpConnection*>;
 
     void ReceiveUntilStopped();
+    int AwaitDatagram(RkSelect& ready);
     void TakeDatagram();
     void DropDatagram();
     void Enter(RkUdpConnection* connection);
