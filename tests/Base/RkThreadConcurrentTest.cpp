@@ -44,21 +44,18 @@ TEST(RkThreadTest, KnowsItselfWhileItRunsOnly) {
 }
 
 TEST(RkThreadTest, EndsByWhatLeavesItsRunButDoesNotPassItOn) {
-    const struct {
-        LambdaRunnable::Call run;
-        std::vector<std::string> log;
-    } cases[] = {
+    const std::pair<LambdaRunnable::Call, std::vector<std::string>> cases[] = {
         {[] { throw RkException("no luck"); }, {"Exception left RkThread::Run: no luck"}},
         {[] { throw 7; }, {"Unknown exception left RkThread::Run"}},
         {[] { ::pthread_exit(nullptr); }, {}},
     };
-    for (const auto& c : cases) {
+    for (const auto& [run, lines] : cases) {
         const LogCapture log;
-        LambdaRunnable work(c.run);
+        LambdaRunnable work(run);
         RkThread thread(work);
         thread.Start();
         RkThread::WaitForThread(&thread);
-        EXPECT_EQ(log->Messages(), c.log);
+        EXPECT_EQ(log->Messages(), lines);
     }
 }
 

@@ -46,15 +46,10 @@ TEST_F(SSLContextTest, AReplacedFileIsReadByTheNextContext) {
 TEST_F(SSLContextTest, TellsWhetherKeyAndCertificateMatch) {
     MakeSelfSigned().Write(m_dir / "ec2");
     MakeSelfSigned({"localhost", TestCertificate::RSA}).Write(m_dir / "rsa");
-    const struct {
-        const char *cert, *key;
-        bool match;
-    } cases[] = {{"ec.pem", "ec.key", true},
-                 {"ec.pem", "ec2.key", false},
-                 {"rsa.pem", "rsa.key", true},
-                 {"rsa.pem", "ec.key", false}};
-    for (const auto& c : cases)
-        EXPECT_EQ(Load(c.cert, c.key)->CheckPrivateKey(), c.match) << c.cert << " with " << c.key;
+    EXPECT_TRUE(Load()->CheckPrivateKey());
+    EXPECT_TRUE(Load("rsa.pem", "rsa.key")->CheckPrivateKey());
+    EXPECT_FALSE(Load("ec.pem", "ec2.key")->CheckPrivateKey());
+    EXPECT_FALSE(Load("rsa.pem", "ec.key")->CheckPrivateKey());
 }
 
 TEST_F(SSLContextTest, BadSettingsThrowTheWholeQueueAndLeaveItEmpty) {

@@ -20,18 +20,15 @@ using ::testing::StrEq;
 TEST(RkLoggerTest, TheNearestNameWithALevelDecides) {
     RkLogger::setLevel("A.B", LV_DEBUG);
     RkLogger::setLevel("A.B.C", LV_OFF);
-    const struct {
-        const char* name;
-        RkLevel lowest;
-    } cases[] = {
+    const std::pair<const char*, RkLevel> cases[] = {
         {"A", LV_WARN},        {"", LV_WARN},     {"A.B", LV_DEBUG},
         {"A.B.X.Y", LV_DEBUG}, {"A.Bx", LV_WARN},  // no child of A.B
         {"A.B.C.D", LV_OFF},
     };
-    for (const auto& c : cases) {
-        const RkLogger logger(c.name);
-        EXPECT_TRUE(logger.isEnabled(c.lowest)) << c.name;
-        EXPECT_FALSE(logger.isEnabled(RkLevel(c.lowest - 1))) << c.name;
+    for (const auto& [name, lowest] : cases) {
+        const RkLogger logger(name);
+        EXPECT_TRUE(logger.isEnabled(lowest)) << name;
+        EXPECT_FALSE(logger.isEnabled(RkLevel(lowest - 1))) << name;
     }
 }
 

@@ -118,20 +118,17 @@ TEST_F(RkSSLSocketTest, LogsEachListedAuthorityInOrder) {
     const std::string foreign =
         VERIFICATION +
         "Received certificate could not find valid issuer. PeerIssuer : /CN=One  local issuer: /CN=Other";
-    const struct {
-        std::vector<const TestCA*> trusted;
-        int accepted;
-        std::vector<std::string> lines;
-    } cases[] = {{{}, 0, {none}},
-                 {{&m_ca}, 1, {}},
-                 {{&other, &twin}, 0, {foreign, badKey, none}},
-                 {{&other, &twin, &m_ca, &other}, 1, {foreign, badKey}}};  // looks no further than the one that fits
-    for (const auto& c : cases) {
+    const std::tuple<std::vector<const TestCA*>, int, std::vector<std::string>> cases[] = {
+        {{}, 0, {none}},
+        {{&m_ca}, 1, {}},
+        {{&other, &twin}, 0, {foreign, badKey, none}},
+        {{&other, &twin, &m_ca, &other}, 1, {foreign, badKey}}};  // looks no further than the one that fits
+    for (const auto& [authorities, accepted, lines] : cases) {
         StackOf_X509Cert trusted;
-        for (const TestCA* ca : c.trusted)
+        for (const TestCA* ca : authorities)
             trusted.push(ca->Cert());
-        EXPECT_EQ(VerifyPeer(m_ca.Issue().cert, trusted), c.accepted);
-        EXPECT_EQ(m_log->Messages(), c.lines);
+        EXPECT_EQ(VerifyPeer(m_ca.Issue().cert, trusted), accepted);
+        EXPECT_EQ(m_log->Messages(), lines);
     }
 }
 
@@ -152,18 +149,16 @@ TEST_F(RkSSLSocketTest, NamesTheErrorOfAChainAndLetsItStand) {
     const auto cert = m_ca.Issue().cert;
     const std::string before = CONNECTION + "Received cert with invalid not-before.  Check system time.";
     const std::string after = CONNECTION + "Received cert with invalid not-after.  Check system time.";
-    const struct {
-        int error;
-        std::string line;
-    } cases[] = {{2, CONNECTION + "Unable to get Issuer certificate. Issuer: CN=One"},
-                 {9, before},
-                 {13, before},
-                 {10, after},
-                 {14, after},
-                 {18, "Error in cert negotiation.  Error = 18 self-signed certificate"}};
-    for (const auto& c : cases) {
-        EXPECT_EQ(CallBack(0, c.error, cert), 0);
-        EXPECT_EQ(m_log->Messages().back(), c.line);
+    const std::pair<int, std::string> cases[] = {
+        {2, CONNECTION + "Unable to get Issuer certificate. Issuer: CN=One"},
+        {9, before},
+        {13, before},
+        {10, after},
+        {14, after},
+        {18, "Error in cert negotiation.  Error = 18 self-signed certificate"}};
+    for (const auto& [error, line] : cases) {
+        EXPECT_EQ(CallBack(0, error, cert), 0);
+        EXPECT_EQ(m_log->Messages().back(), line);
     }
     EXPECT_EQ(CallBack(0, 2, {}), 0);
     EXPECT_EQ(m_log->Messages().size(), 1u) << "without a certificate nothing is said of its issuer";

@@ -1,7 +1,10 @@
 /// The real `qornet` as a child process, for the tests of the tools.
 #pragma once
 
+#include <gmock/gmock.h>
+
 #include <csignal>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -15,6 +18,21 @@ inline std::vector<std::string> QornetCommand(std::vector<std::string> arguments
 
 /// Runs a command to its end.
 inline Finished Qornet(std::vector<std::string> arguments) { return RunProgram(QornetCommand(std::move(arguments))); }
+
+/// A command line, the exit status that it ends with, and what standard error says then.
+struct Refusal {
+    std::vector<std::string> arguments;
+    int status;
+    std::string word;
+};
+
+inline void ExpectRefusals(const std::vector<Refusal>& cases) {
+    for (const auto& [arguments, status, word] : cases) {
+        const Finished ran = Qornet(arguments);
+        EXPECT_EQ(ran.status, status) << word;
+        EXPECT_THAT(ran.errors, testing::HasSubstr(word));
+    }
+}
 
 /// A command that listens on a port of 127.0.0.1 that the system chose, once the constructor returns.
 class QornetServer : public ChildProcess {

@@ -52,11 +52,7 @@ TEST(ClientCommands, SayWhatWasWrong) {
         c.Write("HTTP/1.0 200 OK\r\n\r\nhello");
         c.ReadAll();
     });
-    const struct {
-        std::vector<std::string> arguments;
-        int status;
-        const char* word;
-    } cases[] = {
+    ExpectRefusals({
         {{"get", "https://127.0.0.1/"}, 2, "qornet fetch https://127.0.0.1/"},
         {{"get", "127.0.0.1/"}, 2, "http://HOST[:PORT]/PATH"},
         {{"get", "http://127.0.0.1:65536/"}, 2, "no such port"},
@@ -67,12 +63,7 @@ TEST(ClientCommands, SayWhatWasWrong) {
         {{"get", Url(shortened, "/")}, 1, "3 bytes of 9"},
         {{"get", "--read-timeout", "1", Url(silent, "/")}, 1, "after 5 bytes: the server went away, or said nothing"},
         {{"fetch", "http://" + UnusedAddress().ToString() + "/"}, 1, "1 of 1 requests failed"},
-    };
-    for (const auto& c : cases) {
-        const Finished ran = Qornet(c.arguments);
-        EXPECT_EQ(ran.status, c.status) << c.arguments.back();
-        EXPECT_THAT(ran.errors, HasSubstr(c.word));
-    }
+    });
 }
 
 TEST(ClientCommands, FetchPrintsBodiesInOrderAndASummary) {

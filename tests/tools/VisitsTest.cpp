@@ -90,9 +90,7 @@ TEST(RangeCommandTest, TestsAddressesAgainstRangesAndFiles) {
     EXPECT_EQ(Qornet({"range", dir / "ranges", "10.1.2.3", "11.0.0.1", "::1"}).output,
               "10.1.2.3: in\n11.0.0.1: out\n::1: in\n");
     std::ofstream(dir / "ranges") << "1.2.3.4\n1.2.3.4/x\n";
-    const Finished bad = Qornet({"range", dir / "ranges"});
-    EXPECT_EQ(bad.status, 1);
-    EXPECT_THAT(bad.errors, HasSubstr("ranges:2: '1.2.3.4/x' has a prefix length that is no number"));
+    ExpectRefusals({{{"range", dir / "ranges"}, 1, "ranges:2: '1.2.3.4/x' has a prefix length that is no number"}});
 }
 
 TEST(AccessLogTest, WritesAWholeLineForEachRequestAndGoesOnInANewFile) {
