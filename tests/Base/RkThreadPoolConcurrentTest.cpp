@@ -19,24 +19,17 @@ using testing::Contains;
 
 class RkThreadPoolTest : public ::testing::Test {
 protected:
-    /// Counts itself; `run` is given an event that Stop posts.
-    struct Work : RkRunnable {
-        Work(RkThreadPoolTest& owner, std::function<void(RkEvent&)> call) : test(owner), run(std::move(call)) {
-            ++test.m_living;
-        }
-        ~Work() override { --test.m_living; }
-        void Run() override { ++test.m_runs, run(stopped); }
-        void Stop() override { ++test.m_stops, stopped.Post(); }
-        RkThreadPoolTest& test;
-        const std::function<void(RkEvent&)> run;
-        RkEvent stopped;
-    };
-
     void Make(int maxSize, int startSize, int poolWaitTime = 0, const RkTimePeriod& idle = RkTimePeriod(),
               RkPooledThreadFactory* factory = nullptr) {
         m_pool = std::make_unique<RkThreadPool>(maxSize, startSize, true, poolWaitTime, idle, factory);
     }
-    void Do(std::function<void(RkEvent&)> run) { m_pool->DoWork(new Work(*this, std::move(run))); }
+    /// Hands over work, which counts itself; `run` is given an event that Stop posts.
+    void Do(const std::function<void(RkEvent&)>& run) {
+        const auto stopped = std::make_shared<RkEvent>();
+        m_pool->DoWork(new LambdaRunnable([=, this, living = m_living] { ++m_runs, run(*stopped); },
+                                          [=, this] { ++m_stops, stopped->Post(); }));
+    }
+    long Living() const { return m_living.use_count() - 1; }
     static void UntilStopped(RkEvent& stopped) { stopped.Wait(RkTimePeriod(0, 1)); }
 
     /// Hands over work that blocks until it is told to stop, and waits until all of it has begun.
@@ -53,7 +46,8 @@ protected:
             std::this_thread::yield();
     }
 
-    std::atomic<int> m_living = 0, m_runs = 0, m_stops = 0;
+    const std::shared_ptr<int> m_living = std::make_shared<int>();  ///< each work that is not deleted yet has a share
+    std::atomic<int> m_runs = 0, m_stops = 0;
     std::unique_ptr<RkThreadPool> m_pool;
 };
 
@@ -118,7 +112,7 @@ TEST_F(RkThreadPoolTest, StopReachesWhatRunsAndDropsWhatIsQueued) {
     Do(UntilStopped);
     EXPECT_EQ(m_runs, 100);
     EXPECT_EQ(m_stops, 100);
-    EXPECT_EQ(m_living, 0);
+    EXPECT_EQ(Living(), 0);
     EXPECT_EQ(m_pool->GetTotal(), 0);
 }
 
@@ -147,7 +141,7 @@ TEST_F(RkThreadPoolTest, WorkThatBeginsWhileThePoolStopsIsStoppedToo) {
         handedOver.wait();
         m_pool->Stop();
         giver.join();
-        EXPECT_EQ(m_living, 0);
+        EXPECT_EQ(Living(), 0);
         EXPECT_EQ(m_stops, m_runs);
     }
 }
@@ -164,7 +158,7 @@ TEST_F(RkThreadPoolTest, MayBeStoppedByItsOwnThreadsAndThoseThatTheyWaitFor) {
         Do([&](RkEvent&) { begun.arrive_and_wait(), m_pool->Stop(); });
     RkThread::WaitForThread(&serverThread);
     m_pool.reset();
-    EXPECT_EQ(m_living, 0);
+    EXPECT_EQ(Living(), 0);
 }
 
 TEST_F(RkThreadPoolTest, OutlivesWhatItsWorkThrows) {
@@ -176,7 +170,7 @@ TEST_F(RkThreadPoolTest, OutlivesWhatItsWorkThrows) {
     m_pool->DoWork(new LambdaRunnable([&] { begun.count_down(), told.wait(); }, [&] { told.count_down(), throw 7; }));
     begun.wait();
     m_pool->Stop();
-    EXPECT_EQ(m_living, 0);
+    EXPECT_EQ(Living(), 0);
     EXPECT_THAT(log->Messages(), testing::ElementsAre("Exception left RkRunnable::Run: no luck",
                                                       "Unknown exception left RkRunnable::Stop"));
 }
