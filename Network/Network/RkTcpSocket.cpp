@@ -2,6 +2,7 @@
 
 #include <netinet/tcp.h>
 
+#include <algorithm>
 #include <cerrno>
 
 #include "Base/RkIO.h"
@@ -42,11 +43,19 @@ void RkTcpSocket::Reset() {
 ssize_t RkTcpSocket::Write(const char* buff, size_t bytes, const RkTimePeriod& timeout) {
     if (IsOpen()) {
         const ssize_t sent = RkIO::Send(m_sock, buff, bytes, MSG_DONTWAIT);
-        if (sent >= 0 || errno != EAGAIN)
-            return sent;
+        if (sent >= 0)
+            return sent + SendRest(buff + sent, bytes - static_cast<size_t>(sent));
+        if (errno != EAGAIN)
+            return -1;
     }
     const int ready = RkSocketWait::For(m_sock, RkSocketWait::WRITABLE, timeout);
     return ready > 0 ? RkIO::Send(m_sock, buff, bytes, 0) : ready;
+}
+
+/// Goes on with a send that there was room for in part only: a blocking socket takes all of it.
+/// @return bytes taken, 0 also when there was an error, which the next call tells
+ssize_t RkTcpSocket::SendRest(const char* buff, size_t bytes) {
+    return bytes == 0 ? 0 : std::max<ssize_t>(RkIO::Send(m_sock, buff, bytes, 0), 0);
 }
 
 void RkTcpSocket::Connect(const RkInetAddress& remoteAddr) {

@@ -100,6 +100,7 @@ protected:
     bool m_reuseAddr;          ///< for Open
 
 private:
+    ssize_t SendRest(const char* buff, size_t bytes);
     int BeginConnect(const RkInetAddress& remoteAddr);
     [[noreturn]] void FailConnect(const char* text);
 

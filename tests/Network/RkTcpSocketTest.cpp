@@ -4,6 +4,8 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
+#include <thread>
+
 #include "Network/Network/RkTcpTimeoutSocket.h"
 #include "tests/support/DescriptorLimit.h"
 #include "tests/support/MessageOf.h"
@@ -139,6 +141,17 @@ TEST_F(RkTcpSocketTest, TimedCallsGiveUp) {
     EXPECT_EQ(m_client.Read(data, sizeof data, LONG), -1);
     EXPECT_EQ(m_client.Write(data, sizeof data, NO_LIMIT), -1);
     EXPECT_EQ(errno, EBADF);
+}
+
+TEST_F(RkTcpSocketTest, TimedWriteOnABlockingSocketTakesAllOfIt) {
+    ConnectPair();
+    const std::string sent(8 << 20, 'x');  // more than the system's buffers hold
+    std::jthread peer([this] {
+        char data[65536];
+        while (m_server.Read(data, sizeof data, LONG) > 0) {}
+    });
+    EXPECT_EQ(m_client.Write(sent.data(), sent.size(), LONG), static_cast<ssize_t>(sent.size()));
+    m_client.Shutdown(SHUT_WR);
 }
 
 TEST_F(RkTcpSocketTest, CloseForceResetsTheConnectionAndSendingIsAnErrorThen) {
