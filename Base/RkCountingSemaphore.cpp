@@ -37,15 +37,29 @@ bool RkCountingSemaphore::TryTake() {
 }
 
 // Touches nothing once the unit can be taken: whoever takes the last one may destroy the semaphore. Where somebody waits,
-// it is given under the lock, which he needs to leave.
+// it is given under the lock, which he needs to leave; if he has left before, all begins anew without it.
 void RkCountingSemaphore::Post() {
+    while (!GiveToNobody() && !GiveToWaiter()) {}
+}
+
+/// @return false when somebody waits; nothing has been given then
+bool RkCountingSemaphore::GiveToNobody() {
     std::uint64_t state = m_state;
     while (!HasWaiters(state))
         if (TryGive(state))
-            return;
+            return true;
+    return false;
+}
+
+/// @return false when nobody waits any more; nothing has been given then
+bool RkCountingSemaphore::GiveToWaiter() {
     const std::lock_guard guard(m_lock);
+    std::uint64_t state = m_state;
+    if (!HasWaiters(state))
+        return false;
     while (!TryGive(state)) {}
     m_free.notify_one();
+    return true;
 }
 
 /// @param[in,out] state  what the caller last saw; renewed when another thread was faster

@@ -22,9 +22,11 @@ public:
 
 private:
     bool TryTake();
+    bool GiveToNobody();
+    bool GiveToWaiter();
     bool TryGive(std::uint64_t& state);
 
     std::atomic<std::uint64_t> m_state;  ///< units in the lower half, waiting threads in the upper; those under m_lock
-    std::mutex m_lock;
+    std::mutex m_lock;                   ///< of those who wait and wake
     std::condition_variable m_free;
 };
