@@ -14,8 +14,8 @@
 #include <vector>
 
 #include "Crypto/SSLContext.h"
+#include "tests/support/MessageOf.h"
 #include "tests/support/TestCertificates.h"
-#include "tests/support/WhyNot.h"
 
 using kstr::Crypto::SSLConnection;
 using kstr::Crypto::SSLContext;
@@ -58,8 +58,9 @@ protected:
     }
     /// @return why the server failed, and the client; empty where they did not
     std::pair<std::string, std::string> Handshake() {
-        auto client = std::async(std::launch::async, [this] { return WhyNot([this] { m_client->Connect(); }); });
-        const std::string failure = WhyNot([this] { m_server->Accept(); });
+        auto client =
+            std::async(std::launch::async, [this] { return MessageOf<RkException>([this] { m_client->Connect(); }); });
+        const std::string failure = MessageOf<RkException>([this] { m_server->Accept(); });
         if (!failure.empty())
             ::shutdown(m_fds[0], SHUT_RDWR);
         return {failure, client.get()};
@@ -125,7 +126,7 @@ TEST_F(SSLConnectionConcurrentTest, TellsAnAnnouncedEndFromABrokenOne) {
 
     MakeSession();
     CloseClient();
-    EXPECT_THAT(WhyNot([&] { Read(); }), HasSubstr("unexpected eof"));
+    EXPECT_THAT(MessageOf<RkException>([&] { Read(); }), HasSubstr("unexpected eof"));
 }
 
 TEST_F(SSLConnectionConcurrentTest, AStaleErrorDecidesNothing) {
@@ -174,8 +175,8 @@ TEST_F(SSLConnectionConcurrentTest, RenegotiationIsRefused) {
     MakeSession();
     SSL_clear_options(m_client->Get(), SSL_OP_NO_RENEGOTIATION);
     ASSERT_EQ(SSL_renegotiate(m_client->Get()), 1);
-    auto server = std::async(std::launch::async, [this] { return WhyNot([this] { Read(); }); });
-    EXPECT_THAT(WhyNot([this] { m_client->Connect(); }), HasSubstr("no renegotiation"));
+    auto server = std::async(std::launch::async, [this] { return MessageOf<RkException>([this] { Read(); }); });
+    EXPECT_THAT(MessageOf<RkException>([this] { m_client->Connect(); }), HasSubstr("no renegotiation"));
     ::shutdown(m_fds[1], SHUT_RDWR);
     EXPECT_THAT(server.get(), HasSubstr("alert"));
 }
@@ -184,7 +185,7 @@ TEST_F(SSLConnectionConcurrentTest, AcceptWaitsAsTheDescriptorDoes) {
     Make();
     const timeval soon{0, 1000};
     ::setsockopt(m_fds[0], SOL_SOCKET, SO_RCVTIMEO, &soon, sizeof soon);
-    EXPECT_EQ(WhyNot([this] { m_server->Accept(); }), "handshake timed out");
+    EXPECT_EQ(MessageOf<RkException>([this] { m_server->Accept(); }), "handshake timed out");
     ::fcntl(m_fds[0], F_SETFL, O_NONBLOCK);
     EXPECT_EQ(m_server->Accept(), SSLConnection::WAIT_READABLE);
 }
@@ -200,7 +201,8 @@ TEST_F(SSLConnectionConcurrentTest, AHandshakeMayBreakOffAtAnyByte) {
         Make();
         ASSERT_EQ(::send(m_fds[1], hello, static_cast<size_t>(sent), 0), sent);
         CloseClient();
-        EXPECT_THAT(WhyNot([this] { m_server->Accept(); }), HasSubstr("handshake failed: ")) << sent << " bytes";
+        EXPECT_THAT(MessageOf<RkException>([this] { m_server->Accept(); }), HasSubstr("handshake failed: "))
+            << sent << " bytes";
     }
 }
 

@@ -103,18 +103,18 @@ TEST_F(RkHttpServerTest, HostileHeadsGetTheirAnswerAndTheNextClientIsServed) {
 TEST_F(RkHttpServerTest, ByteAtATimeIsARequestToo) {
     TestClient client(m_server->Port());
     for (const char byte : std::string("POST /echo?a=1 HTTP/1.0\r\nContent-Length: 3\r\n\r\nb=2"))
-        client.Send(std::string(1, byte));
+        client.Write(std::string(1, byte));
     EXPECT_THAT(client.ReadAll(), EndsWith("\r\n\r\n<a=1&b=2>"));
 }
 
 TEST_F(RkHttpServerTest, PeersThatEndEarlyAreAnsweredOrForgotten) {
     TestClient half(m_server->Port());
-    half.Send("GET /echo HTTP/1.0\r\nA: ");
-    half.EndSending();
+    half.Write("GET /echo HTTP/1.0\r\nA: ");
+    half.ShutdownWrite();
     EXPECT_EQ(half.ReadAll(), ECHOED);
     for (const char* begin : {"", "GET /ec", "GET /echo\r\n\r\n", "POST /echo\r\nContent-Length: 9\r\n\r\na="}) {
         TestClient gone(m_server->Port());
-        gone.Send(begin);
+        gone.Write(begin);
         gone.Reset();
         EXPECT_EQ(Get("/echo"), ECHOED);
     }
@@ -127,7 +127,7 @@ TEST_F(RkHttpServerConcurrentTest, StalledClientsDoNotHoldUpDestruction) {
                                       "POST /x\r\nContent-Length: 100\r\n\r\nhalf"};
     for (int i = 0; i < 300; ++i) {
         clients.push_back(std::make_unique<TestClient>(m_server->Port()));
-        clients.back()->Send(beginnings[i % 4]);
+        clients.back()->Write(beginnings[i % 4]);
     }
     while (m_server->GetAcceptedCount() < 300 || m_server->GetQueuedWork() > 0)
         std::this_thread::yield();

@@ -25,7 +25,7 @@ TEST(MockServer, AnswersARequestLongerThanItsRead) {
     MockServer server("late", kGenerous, "127.0.0.1");
     server.Run();
     TestClient client(server.GetLocalAddress().GetPort());
-    client.Send(std::string(5000, 'x'));
+    client.Write(std::string(5000, 'x'));
     EXPECT_EQ(client.Read(4), "late");
     server.Wait();
 }
@@ -42,7 +42,7 @@ TEST(MockServer, TakesThePortFromTheText) {
     first.Run();  // listens, so that the port is taken in spite of address re-use
     TestClient client(first.GetLocalAddress().GetPort());
     EXPECT_THROW(MockServer("", kGenerous, first.GetLocalAddress().ToString()), RkNetworkException);
-    client.EndSending();
+    client.ShutdownWrite();
     first.Wait();
 }
 

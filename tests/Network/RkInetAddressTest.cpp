@@ -59,7 +59,7 @@ TEST_F(RkInetAddressTest, TakesEveryFormOfEndpointText) {
 TEST_F(RkInetAddressTest, LooksUpMalformedTextsAsAWhole) {
     for (const std::string text : {"1.2.3.4:", "[::1", "[::1]443", "[::1]:", "[::1]x:1", ":", "255.255.255.256"}) {
         RkInetAddress address("192.0.2.9", 9);
-        EXPECT_EQ(MessageOf([&] { address = text; }), "Can not resolve hostname: " + text + '\0');
+        EXPECT_EQ(MessageOf([&] { address = text; }), "Can not resolve hostname: " + text + "|");
         EXPECT_EQ(m_resolver.Lookups(text), 1) << text;
         EXPECT_EQ(address.ToString(), "192.0.2.9:9") << text;
     }
@@ -103,14 +103,14 @@ TEST_F(RkInetAddressTest, OnlyMappedAddressesGoBackToV4) {
     EXPECT_EQ(address.ToString(), "10.1.2.3:80");
     for (const std::string text : {"::", "::1", "fe80::1", "::1.2.3.4"})
         EXPECT_EQ(MessageOf([&] { Numeric(text).GetV4Address(address); }),
-                  "Can not convert IPv6 address to IPv4 address: " + text + '\0');
+                  "Can not convert IPv6 address to IPv4 address: " + text + "|");
 }
 
 TEST_F(RkInetAddressTest, RefusesToSqueezeIPv6IntoIPv4Shapes) {
     const RkInetAddress six("::1", 80);
     RkUInt32 words[4] = {};
     sockaddr_in address{};
-    const std::string end = " for address: [::1]:80\0"s;
+    const std::string end = " for address: [::1]:80|";
     EXPECT_EQ(MessageOf([&] { six.GetIpAddress(true); }), "Can not convert IPv6 address to unsigned int" + end);
     EXPECT_EQ(MessageOf([&] { six.GetIpAddress(words, 3, true); }), "GetIpAddress invalid array length" + end);
     EXPECT_EQ(MessageOf([&] { six.GetAddr(address); }), "Can not convert IPv6 address to sockaddr_in" + end);
@@ -158,7 +158,7 @@ TEST_F(RkInetAddressTest, OtherFamiliesAreNeverEqualAndHaveNoText) {
         Odd() { m_family = AF_UNIX; }
     } const odd;
     EXPECT_FALSE(odd == odd || odd < odd);
-    EXPECT_EQ(MessageOf([&] { odd.ToString(); }), "Invalid address family while converting to string\0"s);
+    EXPECT_EQ(MessageOf([&] { odd.ToString(); }), "Invalid address family while converting to string|");
 }
 
 TEST_F(RkInetAddressTest, MappedFormsAreEqualAndHashDifferently) {
@@ -183,7 +183,7 @@ TEST_F(RkInetAddressTest, OneAddressIsTheFirstOrAFailure) {
     EXPECT_EQ(RkInetAddress::HostnameToIP("1.2.3.4", address, false).ToString(), "1.2.3.4");
     EXPECT_EQ(m_resolver.Lookups("1.2.3.4"), 1);  // without the numeric test
     EXPECT_EQ(MessageOf([&] { RkInetAddress::GetOneAddress("::1", address, true); }),
-              "Requested IPv4 but name is IPv6: ::1\0"s);
+              "Requested IPv4 but name is IPv6: ::1|");
 }
 
 TEST_F(RkInetAddressTest, FindsNamesOfAddresses) {
@@ -191,7 +191,7 @@ TEST_F(RkInetAddressTest, FindsNamesOfAddresses) {
     EXPECT_EQ(RkInetAddress::GetHostname(name, name), "host");
     EXPECT_EQ(RkInetAddress::GetHostname("other", name), "other");
     EXPECT_EQ(MessageOf([&] { RkInetAddress::GetHostByAddr(Numeric("192.0.2.9", 5), name); }),
-              "Can not resolve address: 192.0.2.9:5 into a hostname; error: "s + gai_strerror(EAI_NONAME) + '\0');
+              "Can not resolve address: 192.0.2.9:5 into a hostname; error: "s + gai_strerror(EAI_NONAME) + "|");
 }
 
 TEST_F(RkInetAddressTest, LooksUpTheLocalAddressOnce) {

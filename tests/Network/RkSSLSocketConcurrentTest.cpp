@@ -9,11 +9,11 @@
 #include "Network/Network/RkSSLTimeoutSocket.h"
 #include "examples/StrictTlsSocket.h"
 #include "tests/support/CapturingSink.h"
+#include "tests/support/MessageOf.h"
 #include "tests/support/OpenDescriptors.h"
 #include "tests/support/ScriptedPeer.h"
 #include "tests/support/TempDir.h"
 #include "tests/support/TestCertificates.h"
-#include "tests/support/WhyNot.h"
 
 using namespace std::chrono_literals;
 using ::testing::AllOf;
@@ -77,9 +77,10 @@ protected:
         Close();
         m_client = std::move(client);
         m_server = std::move(server);
-        auto connecting = std::async(std::launch::async, [&] { return WhyNot([&] { m_client->Connect(Address()); }); });
+        auto connecting =
+            std::async(std::launch::async, [&] { return MessageOf([&] { m_client->Connect(Address()); }); });
         m_listener.Accept(*m_server);
-        const std::string failure = WhyNot([&] { m_server->AcceptSocket(); });
+        const std::string failure = MessageOf([&] { m_server->AcceptSocket(); });
         if (!failure.empty())
             m_server->Wake();
         return {connecting.get(), failure};
@@ -229,11 +230,11 @@ TEST_F(RkSSLSocketConcurrentTest, AConnectionMayBeCutAnywhere) {
         std::jthread serving([&] {
             m_listener.Accept(*server);
             char got[1000];
-            if (WhyNot([&] { server->AcceptSocket(); }).empty())
+            if (MessageOf([&] { server->AcceptSocket(); }).empty())
                 while (server->Read(got, sizeof got, LONG) > 0) {}
             server->Close();
         });
-        if (WhyNot([&] { client->Connect(relay.Address()); }).empty())
+        if (MessageOf([&] { client->Connect(relay.Address()); }).empty())
             while (client->Write(text.data(), text.size(), LONG) > 0) {}
         client->Close();
     }
@@ -250,7 +251,7 @@ TEST_F(RkSSLSocketConcurrentTest, ManyHandshakesAtOnceLeaveNothingBehind) {
                     if (serves)
                         m_listener.Accept(*socket);
                     char byte = 'x';
-                    EXPECT_EQ(WhyNot([&] { serves ? socket->AcceptSocket() : socket->Connect(Address()); }), "");
+                    EXPECT_EQ(MessageOf([&] { serves ? socket->AcceptSocket() : socket->Connect(Address()); }), "");
                     EXPECT_EQ(serves ? socket->Write(&byte, 1) : socket->Read(&byte, 1), 1);
                     socket->Close();
                 }
@@ -263,7 +264,8 @@ TEST_F(RkSSLSocketConcurrentTest, ConnectIgnoresTheConnectTimeout) {
     const StuckListener stuck;
     RkSSLTimeoutSocket client(m_dir / "tls.key", m_dir / "tls.pem", SHORT, SHORT, SHORT);
     client.SetConnectTimeout(RkTimePeriod(0, 0, 0, 0, 1));
-    auto connecting = std::async(std::launch::async, [&] { return WhyNot([&] { client.Connect(stuck.Address()); }); });
+    auto connecting =
+        std::async(std::launch::async, [&] { return MessageOf([&] { client.Connect(stuck.Address()); }); });
     EXPECT_EQ(connecting.wait_for(50ms), std::future_status::timeout);
     client.Wake();
     EXPECT_THAT(connecting.get(), StartsWith("Connect failed: "));

@@ -5,9 +5,9 @@
 
 #include "Network/Network/RkSSLTimeoutSocket.h"
 #include "tests/support/CapturingSink.h"
+#include "tests/support/MessageOf.h"
 #include "tests/support/TempDir.h"
 #include "tests/support/TestCertificates.h"
-#include "tests/support/WhyNot.h"
 
 using kstr::Crypto::StackOf_X509Cert;
 using kstr::Crypto::X509Cert;
@@ -52,8 +52,8 @@ protected:
 
 TEST_F(RkSSLSocketTest, TheAddressAloneIsNotEnough) {
     const std::string text = "unable to load certificate file or private key file. |";
-    EXPECT_EQ(WhyNot([] { RkSSLSocket(RkInetAddress(), true); }), text);
-    EXPECT_EQ(WhyNot([] { RkSSLTimeoutSocket(RkInetAddress(), SECOND, SECOND, SECOND, true); }), text);
+    EXPECT_EQ(MessageOf([] { RkSSLSocket(RkInetAddress(), true); }), text);
+    EXPECT_EQ(MessageOf([] { RkSSLTimeoutSocket(RkInetAddress(), SECOND, SECOND, SECOND, true); }), text);
     const std::string line =
         "Failing certificate or private key file read.  Unable to load certificate or private key file.";
     EXPECT_THAT(m_log->Messages(), ElementsAre(line, line));
@@ -63,11 +63,11 @@ TEST_F(RkSSLSocketTest, CredentialsThatDoNotLoadOrMatchThrow) {
     const std::string load = "unable to load certificate or private key file, unable to read ";
     TestIdentity other = MakeSelfSigned();
     StackOf_X509Cert none;
-    EXPECT_THAT(WhyNot([&] { RkSSLSocket(m_dir / "none", m_cert, true); }), StartsWith(load + (m_dir / "none")));
-    EXPECT_THAT(WhyNot([] { RkSSLSocket(); }), StartsWith(load + "./cert.pem"));
-    EXPECT_EQ(WhyNot([&] { RkSSLSocket(m_dir / "other.key", m_cert, true); }),
+    EXPECT_THAT(MessageOf([&] { RkSSLSocket(m_dir / "none", m_cert, true); }), StartsWith(load + (m_dir / "none")));
+    EXPECT_THAT(MessageOf([] { RkSSLSocket(); }), StartsWith(load + "./cert.pem"));
+    EXPECT_EQ(MessageOf([&] { RkSSLSocket(m_dir / "other.key", m_cert, true); }),
               "private key does not match the certificate public key|");
-    EXPECT_EQ(WhyNot([&] { RkSSLSocket(&m_identity.cert, &none, &other.key); }),
+    EXPECT_EQ(MessageOf([&] { RkSSLSocket(&m_identity.cert, &none, &other.key); }),
               "unable to set certificate and key on context|");
     const std::string line = "Unable to load certificate or private key file.";
     EXPECT_THAT(m_log->Messages(), ElementsAre(line, line, "Private key does not match the certificate public key.",
@@ -88,8 +88,8 @@ TEST_F(RkSSLSocketTest, TellsOfMissingPathsInItsOwnSpelling) {
 TEST_F(RkSSLSocketTest, NothingGoesBeforeASession) {
     RkSSLSocket socket(m_key, m_cert, true);
     char byte = 0;
-    EXPECT_EQ(WhyNot([&] { socket.Read(&byte, 1); }), "read failed - ssl buffer is null|");
-    EXPECT_EQ(WhyNot([&] { socket.Write(&byte, 1); }), "write failed - ssl buffer is null|");
+    EXPECT_EQ(MessageOf([&] { socket.Read(&byte, 1); }), "read failed - ssl buffer is null|");
+    EXPECT_EQ(MessageOf([&] { socket.Write(&byte, 1); }), "write failed - ssl buffer is null|");
     EXPECT_EQ(socket.Read(&byte, 1, SECOND), -1);
     EXPECT_FALSE(socket.IsOpen()) << "asking for a time-out opens nothing";
     EXPECT_FALSE(socket.setSocketTimeout(-1, 1));

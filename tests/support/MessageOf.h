@@ -1,25 +1,31 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <openssl/err.h>
 
+#include <algorithm>
 #include <string>
 
 #include "Network/Network/RkNetworkException.h"
 
-/// The whole message of the failure that an action ends in, with the NUL at its end where it has one.
+/// The whole message of the failure that an action ends in, a NUL in it shown as "|"; empty when it does not fail. In neither
+/// case may OpenSSL's queue hold an error for the next who looks.
 template <class Exception = RkNetworkException, class Action>
-std::string MessageOf(Action action) {
+std::string MessageOf(const Action& action) {
+    std::string message;
     try {
         action();
     } catch (const Exception& e) {
-        return e.GetMessage();
+        message = e.GetMessage();
     }
-    return "no failure";
+    EXPECT_EQ(ERR_peek_error(), 0u);
+    std::replace(message.begin(), message.end(), '\0', '|');
+    return message;
 }
 
 /// The message, without its NUL, of the failed system call that an action ends in. It has to end with the call's errno.
 template <class Action>
-std::string FailureOf(Action action) {
+std::string FailureOf(const Action& action) {
     try {
         action();
     } catch (const RkNetworkException& e) {

@@ -64,6 +64,6 @@ void TestClient::Reset() {
 
 std::string Ask(std::uint16_t port, const std::string& request) {
     TestClient client(port);
-    client.Send(request);
+    client.Write(request);
     return client.ReadAll();
 }

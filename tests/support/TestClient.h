@@ -33,9 +33,6 @@ public:
     /// Connects to a port. Throws when that fails.
     explicit TestClient(std::uint16_t port);
 
-    void Send(const std::string& text) { Write(text); }
-    void EndSending() { ShutdownWrite(); }
-
     /// Closes at once; the server sees an error.
     void Reset();
 };

@@ -89,12 +89,12 @@ TEST_F(ServeTest, WritesMetricsThatPrometheusTakes) {
 TEST_F(ServeTest, EndsAHeadThatIsLateButNoneThatIsComplete) {
     Start({"--max-head-time", "1"});
     TestClient trickling(m_port);
-    trickling.Send("GET /hello.txt HTTP/1.0\r\nX-Slow: ");
+    trickling.Write("GET /hello.txt HTTP/1.0\r\nX-Slow: ");
     TestClient posting(m_port);
-    posting.Send("POST /echo HTTP/1.0\r\nContent-Length: 3\r\n\r\na");
+    posting.Write("POST /echo HTTP/1.0\r\nContent-Length: 3\r\n\r\na");
     trickling.ReadAll();
     WaitFor("/metrics", "qornet_timeouts_total{kind=\"head\"} 1");
-    posting.Send("=1");
+    posting.Write("=1");
     EXPECT_THAT(posting.ReadAll(), EndsWith("body: a=1\n"));
 }
 
@@ -113,7 +113,7 @@ TEST_F(ServeTest, LetsARunningDownloadFinishWhenItStops) {
     Start({"--drain", "60"});
     TestClient silent(m_port);
     TestClient download(m_port);
-    download.Send("GET /large.bin HTTP/1.0\r\n\r\n");
+    download.Write("GET /large.bin HTTP/1.0\r\n\r\n");
     const std::string begin = download.Read(1000);
     m_server->Signal(SIGTERM);
     const std::string rest = download.ReadAll();
@@ -127,7 +127,7 @@ TEST_F(ServeTest, StopsWithinTwoSecondsInSpiteOfSilentAndStalledClients) {
     Start({"--drain", "0.2"});
     TestClient silent(m_port);
     TestClient stalled(m_port);
-    stalled.Send("GET /large.bin HTTP/1.0\r\n\r\n");
+    stalled.Write("GET /large.bin HTTP/1.0\r\n\r\n");
     stalled.Read(1000);
     const auto begin = std::chrono::steady_clock::now();
     EXPECT_EQ(m_server->Stop(), 0);
@@ -159,8 +159,8 @@ TEST(EchoTest, SendsBackWhatItGetsAndStopsCleanly) {
     QornetServer server("tcp", {"echo", "tcp"});
     TestClient client(server.Port());
     const std::string text(100'000, 'e');
-    client.Send(text);
-    client.EndSending();
+    client.Write(text);
+    client.ShutdownWrite();
     EXPECT_EQ(client.ReadAll(), text);
     EXPECT_EQ(server.Stop(SIGINT), 0);
 }
