@@ -75,7 +75,8 @@ public:
     ///
     /// A failure to bind is told on standard error and logged; Stop is then not told of the end, so that it waits its whole
     /// time. After a failed accept (no descriptors left, say) it pauses for a second and goes on; so it does after any
-    /// exception of the socket factory or the subclass, and then the new socket is lost.
+    /// exception of the subclass, and then the new socket is lost, and of the socket factory, and then the client is kept
+    /// for the next try.
     void Run() override;
 
     /// Ends the server: no more connections are accepted, running ones are told to stop, waiting ones are dropped. Waits for

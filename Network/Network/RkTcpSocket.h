@@ -44,8 +44,8 @@ public:
     /// Closes, then opens with SO_REUSEADDR on whatever the constructor was told (kept; test ResetAlwaysReusesTheAddress).
     void Reset() override;
 
-    /// One send once there is room, which is waited for at most `timeout` (zero: without limit). On a blocking socket the
-    /// send itself may wait for longer.
+    /// Sends what there is room for; where there is none at once it waits for some, at most `timeout` (zero: without limit).
+    /// A blocking socket then takes all of it, however long that lasts.
     /// @return as Write; 0 after the time-out, -1 when the wait failed
     virtual ssize_t Write(const char* buff, size_t bytes, const RkTimePeriod& timeout);
 

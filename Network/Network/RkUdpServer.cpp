@@ -51,7 +51,7 @@ void RkUdpServer::Run() {
 void RkUdpServer::ReceiveUntilStopped() {
     RkSelect ready;
     ready.AddReader(m_socket.GetHandle());
-    const timeval limit{1, 0};  // as WAIT
+    const timeval limit{WAIT.Seconds(), 0};
     ::setsockopt(m_socket.GetHandle(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
     while (!m_shutdown) {
         m_state = "waiting for message";

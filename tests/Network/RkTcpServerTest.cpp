@@ -42,10 +42,21 @@ private:
     const std::function<void()> m_work;
 };
 
+/// Makes no socket the first times.
+struct FailingFactory : RkTcpSocketFactory {
+    explicit FailingFactory(int times) : left(times) {}
+    RkTcpSocket* CreateSocket() override {
+        asked.release();
+        return left-- > 0 ? nullptr : RkTcpSocketFactory::CreateSocket();
+    }
+    int left;
+    std::counting_semaphore<> asked{0};
+};
+
 class TestServer : public RkTcpServer {
 public:
-    explicit TestServer(RkUInt16 port = 0, int timeout = 0)
-        : RkTcpServer(RkInetAddress("127.0.0.1", port), timeout, 10, 0, true, RkTimePeriod(), nullptr, nullptr) {}
+    explicit TestServer(RkUInt16 port = 0, int timeout = 0, RkTcpSocketFactory* sockets = nullptr)
+        : RkTcpServer(RkInetAddress("127.0.0.1", port), timeout, 10, 0, true, RkTimePeriod(), nullptr, sockets) {}
     ~TestServer() override { StopAndJoin(); }
     RkTcpConnection* CreateConnection(RkTcpSocket* socket) override { return create(socket); }
     bool ValidConnection(RkTcpSocket& socket) override { return valid(socket); }
@@ -143,6 +154,17 @@ TEST(RkTcpServerTest, ExceptionOfTheSubclassLosesTheSocketAndServingGoesOn) {
     EXPECT_EQ(TestClient(port).ReadAll(), "hi");
     ASSERT_TRUE(lost && lost->IsOpen());
     lost->Close();
+}
+
+TEST(RkTcpServerTest, KeepsTheClientOfAFactoryThatFailsUntilItIsStopped) {
+    TestServer once(0, 0, new FailingFactory(1));
+    EXPECT_EQ(TestClient(once.Listen()).ReadAll(), "hi");
+    auto* const factory = new FailingFactory(1000);
+    TestServer always(0, 0, factory);
+    TestClient client(always.Listen());
+    factory->asked.acquire();
+    always.Stop();
+    EXPECT_EQ(client.ReadAll(), "");  // closed
 }
 
 TEST(RkTcpServerTest, AcceptsAgainAfterDescriptorsRanOut) {
