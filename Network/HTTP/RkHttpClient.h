@@ -17,7 +17,7 @@
 /// Reads the response head and leaves the body in the stream.
 ///
 /// Used by one thread at a time, save for cancel. Every failure is an RkNetworkException. Waits in steps of one second;
-/// of the time-outs only the whole seconds count.
+/// of the time-outs only the whole seconds count. Keep one client for many requests: each has a wake-up pipe of its own.
 ///
 /// Callers should know: credentials for the proxy go out whenever a proxy user is set, with a proxy or without, so that
 /// the origin may see them; and no Host field is sent, so that name-based servers answer with their default site.
