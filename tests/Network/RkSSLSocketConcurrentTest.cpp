@@ -224,7 +224,7 @@ TEST_F(RkSSLSocketConcurrentTest, TwentyMebibytesEachWayArriveInPieces) {
 
 TEST_F(RkSSLSocketConcurrentTest, AConnectionMayBeCutAnywhere) {
     const std::string text(10000, 'x');
-    for (const size_t limit : {1, 200, 300, 5000, 300000}) {
+    for (const size_t limit : {1u, 200u, 300u, 5000u, 300000u}) {
         const ScriptedPeer relay(Relay(Address().GetPort(), limit));
         const auto client = FileSocket(), server = FileSocket();
         std::jthread serving([&] {

@@ -24,15 +24,14 @@ bool TakeUntil(string_view& rest, string_view separator, string_view& text) {
 
 /// Takes the rest of a quoted text, whose opening quote was taken. Quotes inside it have a backslash before them.
 bool TakeQuoted(string_view& rest, string_view& text) {
-    for (std::size_t i = 0; (i = rest.find_first_of("\"\\", i)) != rest.npos; ++i) {
-        if (rest[i] == '"') {
-            text = rest.substr(0, i);
-            rest.remove_prefix(i + 1);
-            return true;
-        }
-        ++i;  // whatever the backslash escapes
-    }
-    return false;
+    std::size_t i = rest.find_first_of("\"\\");
+    while (i != rest.npos && rest[i] == '\\')
+        i = rest.find_first_of("\"\\", i + 2);  // behind what the backslash escapes
+    if (i == rest.npos)
+        return false;
+    text = rest.substr(0, i);
+    rest.remove_prefix(i + 1);
+    return true;
 }
 
 bool ReadNumber(string_view text, int& number) {
