@@ -169,9 +169,16 @@ TEST(RkTcpServerTest, KeepsTheClientOfAFactoryThatFailsUntilItIsStopped) {
 
 TEST(RkTcpServerTest, AcceptsAgainAfterDescriptorsRanOut) {
     const LogCapture log;
+    std::unique_ptr<RkTcpSocket> kept;  // so that no descriptor comes free
     TestServer server;
     std::counting_semaphore<2> busy(0);
     std::counting_semaphore<2> goOn(0);
+    server.create = [&](RkTcpSocket* socket) -> RkTcpConnection* {
+        if (kept)
+            return new Greeting(socket);
+        kept.reset(socket);
+        return nullptr;
+    };
     server.valid = [&](RkTcpSocket&) { return busy.release(), goOn.acquire(), true; };
     const RkUInt16 port = server.Listen();
     TestClient first(port);
@@ -187,4 +194,5 @@ TEST(RkTcpServerTest, AcceptsAgainAfterDescriptorsRanOut) {
     log->WaitFor("Accept failed");
     ::setrlimit(RLIMIT_NOFILE, &before);
     EXPECT_EQ(client.ReadAll(), "hi");
+    kept->Close();
 }
