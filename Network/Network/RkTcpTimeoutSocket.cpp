@@ -61,8 +61,10 @@ void RkTcpTimeoutSocket::Connect(const RkInetAddress& remoteAddr) { Connect(remo
 
 // Looks before it waits: what is there already costs one system call.
 ssize_t RkTcpTimeoutSocket::Read(char* buff, size_t bytes) {
-    bool again = !IsOpen() && !m_closing;  // never opened: the time passes all the same
-    const ssize_t got = again ? 0 : ReceiveIfOpen(buff, bytes, again);
+    if (!IsOpen() && !m_closing)
+        return WaitAndRead(buff, bytes);  // never opened: the time passes all the same
+    bool again = false;
+    const ssize_t got = ReceiveIfOpen(buff, bytes, again);
     return again ? WaitAndRead(buff, bytes) : got;
 }
 
