@@ -147,6 +147,7 @@ void SSLConnection::Trust(const X509Store& store) {
                            "unable to set trusted certificates");
     OpenSSLErrors::Require(static_cast<int>(SSL_set1_chain_cert_store(m_ssl.get(), store.Get())),
                            "unable to set trusted certificates");
+    SSL_clear_mode(m_ssl.get(), SSL_MODE_NO_AUTO_CHAIN);  // issuers of this end's certificate are sent along
 }
 
 void SSLConnection::DemandHost(const std::string& host) {

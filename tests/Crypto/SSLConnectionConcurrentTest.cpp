@@ -104,6 +104,20 @@ TEST_F(SSLConnectionConcurrentTest, EachKindOfCertificateHasItsCiphers) {
     }
 }
 
+TEST_F(SSLConnectionConcurrentTest, TheIssuerIsSentAlongWhereTheStoreHasIt) {
+    const TestCA ca;
+    const TestIdentity own = ca.Issue();
+    const auto server = NewContext();
+    server->UseCert(own.cert);
+    server->UsePrivateKey(own.key);
+    for (const int certs : {1, 2}) {
+        Make(*server);
+        EXPECT_EQ(Handshake(), SUCCESS);
+        EXPECT_EQ(sk_X509_num(SSL_get_peer_cert_chain(m_client->Get())), certs);
+        server->GetCertStore().AddCert(ca.Cert());
+    }
+}
+
 TEST_F(SSLConnectionConcurrentTest, OtherVersionsAreRefused) {
     for (const int version : {TLS1_VERSION, TLS1_1_VERSION, TLS1_3_VERSION}) {
         Make();
