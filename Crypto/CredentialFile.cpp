@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <ctime>
 #include <memory>
@@ -47,12 +48,10 @@ private:
 std::int64_t NanoSeconds(const timespec& time) { return time.tv_sec * std::int64_t{1'000'000'000} + time.tv_nsec; }
 
 std::string Identity(const struct stat& file) {
-    std::string text;
-    for (const std::int64_t part :
-         {static_cast<std::int64_t>(file.st_dev), static_cast<std::int64_t>(file.st_ino),
-          static_cast<std::int64_t>(file.st_size), NanoSeconds(file.st_mtim), NanoSeconds(file.st_ctim)})
-        text += std::to_string(part) + ' ';
-    return text;
+    const std::array<std::int64_t, 5> parts{
+        static_cast<std::int64_t>(file.st_dev), static_cast<std::int64_t>(file.st_ino),
+        static_cast<std::int64_t>(file.st_size), NanoSeconds(file.st_mtim), NanoSeconds(file.st_ctim)};
+    return {reinterpret_cast<const char*>(parts.data()), sizeof parts};
 }
 
 bool IsYoung(const struct stat& file) {

@@ -21,7 +21,8 @@ public:
     CredentialFile(const CredentialFile&) = delete;
     CredentialFile& operator=(const CredentialFile&) = delete;
 
-    /// What tells one state of a file from another: device, inode, size, modification and change time (nanoseconds).
+    /// What tells one state of a file from another: device, inode, size, modification and change time (nanoseconds), as
+    /// bytes of one length, not as text: every connection of a server asks for it.
     /// Throws BasicException naming path and reason.
     static std::string IdentityOf(const std::string& path);
 
