@@ -8,7 +8,10 @@
 
 namespace kstr::Crypto {
 
-void OpenSSLErrors::Clear() { ERR_clear_error(); }
+void OpenSSLErrors::Clear() {
+    if (ERR_peek_error() != 0)  // clearing goes through all of the queue's places, also when it is empty
+        ERR_clear_error();
+}
 
 std::string OpenSSLErrors::Take() {
     std::string text;
