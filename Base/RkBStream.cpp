@@ -87,20 +87,14 @@ RkBStream& RkBStream::operator<<(char character) {
 }
 
 void RkBStream::Prime(const char* data, size_t count) {
-    MakeInput();
     m_inputBegin = 0;
     m_inputEnd = std::min(count, BUFFER_SIZE);
-    std::copy_n(data, m_inputEnd, m_input.get());
-}
-
-void RkBStream::MakeInput() {
-    if (m_input == nullptr)
-        m_input = std::make_unique_for_overwrite<char[]>(BUFFER_SIZE);
+    std::copy_n(data, m_inputEnd, m_input);
 }
 
 size_t RkBStream::TakeInput(char* data, size_t count) {
     const size_t taken = std::min(count, Buffered());
-    std::copy_n(m_input.get() + m_inputBegin, taken, data);
+    std::copy_n(m_input + m_inputBegin, taken, data);
     m_inputBegin += taken;
     return taken;
 }
@@ -108,7 +102,7 @@ size_t RkBStream::TakeInput(char* data, size_t count) {
 /// Moves the input up to and including the next LF to `line`, without the terminator; all of it where there is none.
 /// @return whether the line is complete
 bool RkBStream::TakeLinePart(std::string& line) {
-    const char* const begin = m_input.get() + m_inputBegin;
+    const char* const begin = m_input + m_inputBegin;
     const size_t available = m_inputEnd - m_inputBegin;
     const void* const end = std::memchr(begin, '\n', available);
     const size_t length = end == nullptr ? available : static_cast<size_t>(static_cast<const char*>(end) - begin);
@@ -126,8 +120,7 @@ bool RkBStream::TakeLinePart(std::string& line) {
 bool RkBStream::FillInput() {
     if (Buffered() > 0)
         return true;
-    MakeInput();
-    const ssize_t read = ReadDevice(m_input.get(), BUFFER_SIZE);
+    const ssize_t read = ReadDevice(m_input, BUFFER_SIZE);
     if (read <= 0)
         return StopReading(read == 0 ? ReadState::Ended : ReadState::Failed);
     m_inputBegin = 0;
@@ -158,15 +151,13 @@ void RkBStream::RequireWritable() const {
 }
 
 void RkBStream::BufferOutput(const char* data, size_t count) {
-    if (m_output == nullptr)
-        m_output = std::make_unique_for_overwrite<char[]>(BUFFER_SIZE);
-    std::copy_n(data, count, m_output.get() + m_outputSize);
+    std::copy_n(data, count, m_output + m_outputSize);
     m_outputSize += count;
 }
 
 void RkBStream::WriteOutput() {
     if (m_outputSize > 0)
-        WriteDevice(m_output.get(), std::exchange(m_outputSize, 0));
+        WriteDevice(m_output, std::exchange(m_outputSize, 0));
 }
 
 // A write that stopped half-way leaves a gap in what the peer sees: nothing may follow it.

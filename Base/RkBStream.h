@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <concepts>
-#include <memory>
 #include <string>
 #include <string_view>
 
@@ -12,8 +11,8 @@
 /// a time, save for Abort.
 ///
 /// The destructor never touches the device (it may be gone) and drops what was not flushed. A line or string read that
-/// failed or met the end ends reading, and a failed write ends writing, until Reset. Nothing is allocated before the first
-/// read or write.
+/// failed or met the end ends reading, and a failed write ends writing, until Reset. The buffers are part of the object, so
+/// that a stream in a function's frame allocates nothing; what is not used of them is never touched.
 class QOR_BASE_EXPORT RkBStream {
 public:
     /// Bytes of each of the two buffers. Holds nearly every request head, and the whole of a small answer with its head, and
@@ -70,7 +69,7 @@ public:
 
     /// What was written and not yet handed to the device: for who writes to the device directly, together with more. Valid
     /// until the next write.
-    std::string_view GetPending() const { return {m_output.get(), m_outputSize}; }
+    std::string_view GetPending() const { return {m_output, m_outputSize}; }
 
     /// Forgets what GetPending gives, once the caller has handed it to the device.
     void DropPending() { m_outputSize = 0; }
@@ -78,7 +77,6 @@ public:
 private:
     enum class ReadState { Open, Ended, Failed };
 
-    void MakeInput();
     size_t TakeInput(char* data, size_t count);
     bool TakeLinePart(std::string& line);
     bool FillInput();
@@ -93,9 +91,9 @@ private:
     std::atomic<bool> m_aborted = false;
     ReadState m_readState = ReadState::Open;
     bool m_writeFailed = false;
-    std::unique_ptr<char[]> m_input;  ///< made by the first read that needs it; unread bytes from begin to end
-    size_t m_inputBegin = 0;
+    size_t m_inputBegin = 0;  ///< of the unread bytes in m_input
     size_t m_inputEnd = 0;
-    std::unique_ptr<char[]> m_output;  ///< made by the first write that fits
     size_t m_outputSize = 0;
+    char m_input[BUFFER_SIZE];
+    char m_output[BUFFER_SIZE];
 };
