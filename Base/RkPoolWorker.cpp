@@ -3,7 +3,6 @@
 #include <pthread.h>
 
 #include <string>
-#include <utility>
 
 #include "Base/RkSwallow.h"
 
@@ -50,23 +49,6 @@ bool RkPoolWorker::Begin(RkRunnable* work) {
 void RkPoolWorker::Finish() {
     const std::lock_guard guard(m_lock);
     m_running = nullptr;
-}
-
-RkRunnable* RkPoolWorker::Take() {
-    const std::lock_guard guard(m_lock);
-    return std::exchange(m_given, nullptr);
-}
-
-// Posts after the lock is given back: otherwise the woken thread might run into it.
-bool RkPoolWorker::Give(RkRunnable* work) {
-    {
-        const std::lock_guard guard(m_lock);
-        if (m_mustEnd)
-            return false;
-        m_given = work;
-    }
-    m_news.Post();
-    return true;
 }
 
 void RkPoolWorker::End() {

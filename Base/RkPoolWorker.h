@@ -35,26 +35,23 @@ public:
     void Run() override;
     void Stop() override;  ///< hands on to what it runs, if anything
 
-    /// Hands work to the idle thread, which AwaitNews then tells.
-    /// @return false when the thread was told to end before
-    bool Give(RkRunnable* work);
+    /// Tells the thread that waits in AwaitNews that it was given work.
+    void Wake() { m_news.Post(); }
 
     /// Tells the thread to end, and what it runs to stop. Work that it has not begun by then does not run.
     void End();
 
-    /// Waits for Give or End.
+    /// Waits for Wake or End.
     void AwaitNews() { m_news.Wait(); }
 
     /// @return whether either came by then
     bool AwaitNews(std::chrono::steady_clock::time_point deadline) { return m_news.WaitUntil(deadline); }
 
-    /// @return what was given; null: nothing, the thread shall end
-    RkRunnable* Take();
-
     // These are the pool's, under its lock.
     std::unique_ptr<RkThread> thread;
-    bool isCounted = false;   ///< in the pool's total
-    bool isStarting = false;  ///< has not asked for work yet
+    bool isCounted = false;       ///< in the pool's total
+    bool isStarting = false;      ///< has not asked for work yet
+    RkRunnable* given = nullptr;  ///< handed over to the idle thread, not yet taken
 
 private:
     void Execute(RkRunnable* work);
@@ -66,7 +63,6 @@ private:
     const std::size_t m_number;
     RkWakeUp m_news;
     std::mutex m_lock;                ///< guards all that follows; a runnable's Stop is called under it
-    RkRunnable* m_given = nullptr;    ///< handed over, not yet taken
     RkRunnable* m_running = nullptr;  ///< null again before it is deleted
     bool m_mustEnd = false;
 };

@@ -65,7 +65,7 @@ private:
 
     void GiveToIdle(RkRunnable* work, Guard& guard);
     void CallSupervisor(Guard& guard);
-    void WakeNext();
+    RkRunnable* TakeGiven(RkPoolWorker& worker);
     RkRunnable* TakeFirst();
     RkRunnable* AwaitWork(RkPoolWorker& worker);
     bool MayEnd(RkPoolWorker& worker);
@@ -140,14 +140,14 @@ void RkThreadPool::Impl::DoWork(RkRunnable* work) {
     }
 }
 
-/// Lets go of the lock.
+/// Lets go of the lock before it wakes the thread, which would run into it.
 void RkThreadPool::Impl::GiveToIdle(RkRunnable* work, Guard& guard) {
     RkPoolWorker* worker = m_idle.back();
     m_idle.pop_back();
+    worker->given = work;
     m_isWaking = true;
     guard.unlock();
-    if (!worker->Give(work))
-        Dispose(work);
+    worker->Wake();
 }
 
 /// Wakes the supervisor where it has something to look after, and lets go of the lock.
@@ -159,16 +159,19 @@ void RkThreadPool::Impl::CallSupervisor(Guard& guard) {
         m_attention.notify_one();
 }
 
-/// The worker that was woken has its work: sees to what came meanwhile.
-void RkThreadPool::Impl::WakeNext() {
+/// What the worker was woken for. Sees to what came meanwhile.
+/// @return null when it is to end
+RkRunnable* RkThreadPool::Impl::TakeGiven(RkPoolWorker& worker) {
     Guard guard(m_lock);
+    RkRunnable* work = std::exchange(worker.given, nullptr);
     m_isWaking = false;
     if (m_stopped || m_queue.empty())
-        return;
+        return work;
     if (m_idle.empty())
         CallSupervisor(guard);
     else
         GiveToIdle(TakeFirst(), guard);
+    return work;
 }
 
 RkRunnable* RkThreadPool::Impl::NextFor(RkPoolWorker& worker) {
@@ -203,9 +206,7 @@ RkRunnable* RkThreadPool::Impl::AwaitWork(RkPoolWorker& worker) {
             return nullptr;
         worker.AwaitNews();
     }
-    RkRunnable* work = worker.Take();
-    WakeNext();
-    return work;
+    return TakeGiven(worker);
 }
 
 /// Takes an idle worker that the pool can spare off the stack. One that is not there any more has work on its way.
