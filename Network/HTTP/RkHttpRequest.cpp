@@ -84,21 +84,18 @@ bool RkHttpRequest::TakeFirstBytes(RkBStream& stream) {
     return count > 0;
 }
 
-/// Reads and parses the head, as far as it comes. @return whether its end came
+/// Reads the head and parses it line by line, as far as it comes. @return whether its end came
 bool RkHttpRequest::ReadHead(RkBStream& stream) {
-    std::deque<std::string> lines;
-    const bool ended = CollectHead(stream, lines);
-    parseRequest(lines);
-    return ended;
-}
-
-bool RkHttpRequest::CollectHead(RkBStream& stream, std::deque<std::string>& lines) {
     HeadSize size;
     std::string line;
-    while (m_socket->IsOpen() && ReadHeadLine(stream, line) && size.Add(line)) {
+    bool understood = false;
+    for (bool isFirst = true; m_socket->IsOpen() && ReadHeadLine(stream, line) && size.Add(line); isFirst = false) {
         if (line.empty())
             return true;
-        lines.push_back(std::move(line));
+        if (isFirst)
+            understood = TakeRequestLine(line);
+        else if (understood)
+            parseHeader(line);
     }
     return false;
 }

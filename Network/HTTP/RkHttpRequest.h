@@ -1,7 +1,6 @@
 #pragma once
 
 #include <atomic>
-#include <deque>
 #include <memory>
 #include <string>
 
@@ -64,7 +63,6 @@ private:
     bool WaitForFirstBytes(RkBStream& stream);
     bool TakeFirstBytes(RkBStream& stream);
     bool ReadHead(RkBStream& stream);
-    bool CollectHead(RkBStream& stream, std::deque<std::string>& lines);
     bool ReadForm(RkBStream& stream);
     void AwaitPeersEnd();
     void CloseSocket();

@@ -9,13 +9,17 @@
 
 namespace {
 
-constexpr std::string_view WHITE_SPACE = " \t\n\v\f\r";
+bool IsSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+
+bool EndsFile(char c) { return c == ' ' || c == '?'; }
 
 char ToLower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
-std::string ToLower(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(), [](char c) { return ToLower(c); });
-    return text;
+std::string ToLower(std::string_view text) {
+    std::string lower(text);
+    for (char& c : lower)
+        c = ToLower(c);
+    return lower;
 }
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
@@ -91,7 +95,6 @@ void RkHttpRequestUtils::parseRequest(const std::deque<std::string>& request) {
     std::for_each(request.begin() + 1, request.end(), [this](const std::string& line) { parseHeader(line); });
 }
 
-/// @return whether method and target were understood; if not, the method is empty
 bool RkHttpRequestUtils::TakeRequestLine(const std::string& line) {
     m_requestLine = line;
     const size_t methodEnd = std::min(line.find(' '), line.size());
@@ -101,14 +104,13 @@ bool RkHttpRequestUtils::TakeRequestLine(const std::string& line) {
         return false;
     }
     const size_t begin = std::min(methodEnd + 1, line.size());
-    const size_t end = std::min(line.find_first_of(" ?", begin), line.size());
-    m_requestedFile.assign(line, begin, end - begin);
-    if (m_requestedFile.empty()) {
+    const auto end = static_cast<size_t>(std::find_if(&line[begin], &line[line.size()], EndsFile) - line.data());
+    m_requestedFile.clear();
+    if (begin == end) {
         m_requestMethod.clear();
         return false;
     }
-    std::string decoded;
-    m_requestedFile = RkCgi::unescapeString(m_requestedFile, decoded);
+    RkCgi::unescapeString(line.substr(begin, end - begin), m_requestedFile);
     DefuseParentSteps(m_requestedFile);
     if (end + 1 < line.size() && line[end] == '?')
         m_cgi.parseData(line.substr(end + 1, line.find(' ', end + 1) - end - 1));
@@ -116,17 +118,16 @@ bool RkHttpRequestUtils::TakeRequestLine(const std::string& line) {
 }
 
 void RkHttpRequestUtils::parseHeader(const std::string& header) {
-    const size_t nameBegin = std::min(header.find_first_not_of(WHITE_SPACE), header.size());
-    const size_t colon = header.find(':', nameBegin);
-    if (colon == header.npos)
+    const char* const end = header.data() + header.size();
+    const char* const name = std::find_if_not(header.data(), end, IsSpace);
+    const char* const colon = std::find(name, end, ':');
+    const char* const value = std::find_if_not(std::min(colon + 1, end), end, IsSpace);
+    if (value == end)
         return;
-    const size_t valueBegin = header.find_first_not_of(WHITE_SPACE, colon + 1);
-    if (valueBegin == header.npos)
-        return;
-    std::string& value = m_headers[ToLower(header.substr(nameBegin, colon - nameBegin))];
-    if (!value.empty())
-        value += ';';
-    value.append(header, valueBegin);
+    std::string& kept = m_headers[ToLower({name, colon})];
+    if (!kept.empty())
+        kept += ';';
+    kept.append(value, end);
 }
 
 int RkHttpRequestUtils::GetStatusCode(const std::string& line) {

@@ -77,9 +77,11 @@ protected:
         std::size_t m_size = 0;
     };
 
-private:
+    /// Takes the first line of a request head; what follows it is only for parseHeader when this was understood.
+    /// @return whether method and target were; if not, the method is empty
     bool TakeRequestLine(const std::string& line);
 
+private:
     std::map<std::string, std::string> m_headers;  ///< names in lower case
     std::string m_requestMethod;
     std::string m_requestedFile;
