@@ -88,14 +88,10 @@ bool RkHttpRequest::TakeFirstBytes(RkBStream& stream) {
 bool RkHttpRequest::ReadHead(RkBStream& stream) {
     HeadSize size;
     std::string line;
-    bool understood = false;
     for (bool isFirst = true; m_socket->IsOpen() && ReadHeadLine(stream, line) && size.Add(line); isFirst = false) {
         if (line.empty())
             return true;
-        if (isFirst)
-            understood = TakeRequestLine(line);
-        else if (understood)
-            parseHeader(line);
+        TakeHeadLine(line, isFirst);
     }
     return false;
 }

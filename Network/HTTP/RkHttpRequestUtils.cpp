@@ -6,19 +6,15 @@
 #include <string_view>
 
 #include "Base/RkSwallow.h"
+#include "Network/Url/RkUrlText.h"
 
 namespace {
 
-bool IsSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
-
 bool EndsFile(char c) { return c == ' ' || c == '?'; }
-
-char ToLower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
 std::string ToLower(std::string_view text) {
     std::string lower(text);
-    for (char& c : lower)
-        c = ToLower(c);
+    RkUrlText::Lower(lower);
     return lower;
 }
 
@@ -90,38 +86,40 @@ void RkHttpRequestUtils::ReadResponseHeader(RkBStream& stream) {
 }
 
 void RkHttpRequestUtils::parseRequest(const std::deque<std::string>& request) {
-    if (request.empty() || !TakeRequestLine(request.front()))
-        return;
-    std::for_each(request.begin() + 1, request.end(), [this](const std::string& line) { parseHeader(line); });
+    for (const std::string& line : request)
+        TakeHeadLine(line, &line == &request.front());
 }
 
-bool RkHttpRequestUtils::TakeRequestLine(const std::string& line) {
+void RkHttpRequestUtils::TakeHeadLine(const std::string& line, bool isFirst) {
+    if (isFirst)
+        TakeRequestLine(line);
+    else if (!m_requestMethod.empty())
+        parseHeader(line);
+}
+
+/// Leaves the method empty when it or the target was not understood.
+void RkHttpRequestUtils::TakeRequestLine(const std::string& line) {
     m_requestLine = line;
     const size_t methodEnd = std::min(line.find(' '), line.size());
     m_requestMethod.assign(line, 0, methodEnd);
-    if (!IsKnownMethod(m_requestMethod)) {
-        m_requestMethod.clear();
-        return false;
-    }
+    if (!IsKnownMethod(m_requestMethod))
+        return m_requestMethod.clear();
     const size_t begin = std::min(methodEnd + 1, line.size());
     const auto end = static_cast<size_t>(std::find_if(&line[begin], &line[line.size()], EndsFile) - line.data());
     m_requestedFile.clear();
-    if (begin == end) {
-        m_requestMethod.clear();
-        return false;
-    }
+    if (begin == end)
+        return m_requestMethod.clear();
     RkCgi::unescapeString(line.substr(begin, end - begin), m_requestedFile);
     DefuseParentSteps(m_requestedFile);
     if (end + 1 < line.size() && line[end] == '?')
         m_cgi.parseData(line.substr(end + 1, line.find(' ', end + 1) - end - 1));
-    return true;
 }
 
 void RkHttpRequestUtils::parseHeader(const std::string& header) {
     const char* const end = header.data() + header.size();
-    const char* const name = std::find_if_not(header.data(), end, IsSpace);
+    const char* const name = std::find_if_not(header.data(), end, RkUrlText::IsSpace);
     const char* const colon = std::find(name, end, ':');
-    const char* const value = std::find_if_not(std::min(colon + 1, end), end, IsSpace);
+    const char* const value = colon == end ? end : std::find_if_not(colon + 1, end, RkUrlText::IsSpace);
     if (value == end)
         return;
     std::string& kept = m_headers[ToLower({name, colon})];

@@ -77,11 +77,12 @@ protected:
         std::size_t m_size = 0;
     };
 
-    /// Takes the first line of a request head; what follows it is only for parseHeader when this was understood.
-    /// @return whether method and target were; if not, the method is empty
-    bool TakeRequestLine(const std::string& line);
+    /// Takes the lines of a request head as they come. Fields count only if the first line was understood.
+    void TakeHeadLine(const std::string& line, bool isFirst);
 
 private:
+    void TakeRequestLine(const std::string& line);
+
     std::map<std::string, std::string> m_headers;  ///< names in lower case
     std::string m_requestMethod;
     std::string m_requestedFile;
