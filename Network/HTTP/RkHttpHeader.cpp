@@ -1,5 +1,6 @@
 #include "Network/HTTP/RkHttpHeader.h"
 
+#include <locale>
 #include <sstream>
 
 RkHttpHeader::RkHttpHeader(int status, const std::string& type, int length)
@@ -12,6 +13,7 @@ RkHttpHeader::~RkHttpHeader() = default;
 std::string RkHttpHeader::GetHeader() {
     const char* const forProxy = m_proxyAuthenticate ? "Proxy-" : "";
     std::ostringstream head;
+    head.imbue(std::locale::classic());  // numbers without the digit groups of the program's locale
     if (!m_file.empty())
         head << "GET " << m_file << " HTPP/1.0\r\n";  // so spelt by every release (test RequestLineIsMisspelt)
     else

@@ -3,6 +3,7 @@
 #include <sys/socket.h>
 
 #include <chrono>
+#include <locale>
 #include <sstream>
 #include <typeinfo>
 
@@ -141,6 +142,7 @@ void RkHttpRequest::trace(const std::string& message) {
     if (m_pTrace == nullptr || !m_pTrace->IsEnabled())
         return;
     std::ostringstream record;
+    record.imbue(std::locale::classic());
     record << "Module: " << message << "\nThread ID: " << RkOS::CurrentThread() << "\nHTTP METHOD: " << getMethod()
            << "\nRequested File: " << getRequestedFilename()
            << "\nCGI Data: " << getCgi().createCgiString(true, false, true, true) << '\n';

@@ -2,6 +2,9 @@
 
 #include <gmock/gmock.h>
 
+#include <locale>
+
+using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
 TEST(RkHttpHeaderTest, StatusChoosesThePhrase) {
@@ -13,6 +16,16 @@ TEST(RkHttpHeaderTest, StatusChoosesThePhrase) {
         EXPECT_EQ(header.GetHeader(), "HTTP/1.0 " + std::string(line) +
                                           "\r\nAccept: */*\r\nContent-Type: text/html\r\nContent-Length: -5\r\n\r\n");
     }
+}
+
+TEST(RkHttpHeaderTest, NumbersDoNotFollowTheLocale) {
+    struct Thousands : std::numpunct<char> {
+        std::string do_grouping() const override { return "\3"; }
+    };
+    const std::locale before = std::locale::global(std::locale(std::locale(), new Thousands));
+    const std::string head = RkHttpHeader(200, "t", 1234567).GetHeader();
+    std::locale::global(before);
+    EXPECT_THAT(head, HasSubstr("Content-Length: 1234567\r\n"));
 }
 
 TEST(RkHttpHeaderTest, PhraseOf407KeepsItsBlanks) {
