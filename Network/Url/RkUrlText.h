@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-/// How the URL parser searches and trims. Its searches end at a NUL in the text; its letters are those of ASCII, whatever the
-/// locale of the process. Not exported. Stateless; safe from any thread.
+/// How URLs and the heads of HTTP messages are searched, trimmed and folded. Find and Searched end at a NUL in the text; letters
+/// and white space are ASCII's, whatever the locale of the process. Not exported. Stateless; safe from any thread.
 class RkUrlText {
 public:
     /// @return position of the first `c` at or after `from`, or npos
