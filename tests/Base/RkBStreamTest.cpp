@@ -55,7 +55,7 @@ TEST(RkBStreamTest, SplitsLinesHoweverTheyArrive) {
 }
 
 TEST(RkBStreamTest, RefusesLinesAboveTheLimitUntilReset) {
-    for (const std::string longLine : {"12345\n", "1234\r\r\n", "123456", "12345678\n"}) {
+    for (const std::string longLine : {"12345\nunread\n", "1234\r\r\n", "123456", "12345678\n"}) {
         Scripted peer({"1234\r\n" + longLine, "next\n"});
         EXPECT_THAT(peer.ReadLines(4), ElementsAre("1234")) << longLine;
         EXPECT_FALSE(peer.stream.ReadLine(peer.text = "old", 100));
