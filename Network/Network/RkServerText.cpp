@@ -16,7 +16,7 @@ void RkPrintServerBanner(std::ostream& stream, const char* name, PrintSelfLevel 
 void RkPrintServerState(std::ostream& stream, const RkInetAddress& local, const char* state, const RkThreadPool& pool) {
     const RkUInt32 ip = local.GetIpAddress(false);
     stream << "address: " << (ip >> 24) << "." << (ip >> 16 & 0xff) << "." << (ip >> 8 & 0xff) << "." << (ip & 0xff)
-           << ":" << local.GetPort() << " state - " << state << "\r\n\r\n"
+           << ":" << std::to_string(local.GetPort()) << " state - " << state << "\r\n\r\n"
            << "total threads: " << pool.GetTotal() << "\r\n"
            << "idle threads: " << pool.GetIdle() << "\r\n";
 }

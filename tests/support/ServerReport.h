@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <locale>
 #include <sstream>
 #include <string>
 
@@ -19,7 +20,16 @@ std::string Inspected(Object&& object) {
     return inspector.all;
 }
 
-/// Expects a server to print itself at every level as it has always done, and to report the whole when inspected.
+/// Writes 12345 as "12,345", as the locales of many languages do.
+inline std::locale GroupingLocale() {
+    struct Thousands : std::numpunct<char> {
+        std::string do_grouping() const override { return "\3"; }
+    };
+    return {std::locale::classic(), new Thousands};
+}
+
+/// Expects a server to print itself at every level as it has always done, whatever the stream's locale, and to report the whole
+/// when inspected.
 /// @param kind               its name in the report, and its key
 /// @param connections,state  patterns of the two parts, as MatchesRegex takes them
 template <class Server>
@@ -32,6 +42,7 @@ void ExpectReports(Server& server, const std::string& kind, const std::string& c
     int level = -1;
     for (const std::string& body : {std::string(), std::string(), state, state, all, std::string()}) {
         std::ostringstream printed;
+        printed.imbue(GroupingLocale());
         server.PrintSelf(printed, static_cast<PrintSelfLevel>(level));
         EXPECT_THAT(printed.str(), testing::MatchesRegex(expected(level++, body)));
     }
