@@ -131,11 +131,16 @@ void SSLConnection::Shutdown(bool& done, bool wait) {
     done = false;
     if (SSL_in_init(m_ssl.get()) != 0)
         return;
+    if (m_endTold && !wait) {  // once more, SSL_shutdown would wait for the peer's
+        done = (SSL_get_shutdown(m_ssl.get()) & SSL_RECEIVED_SHUTDOWN) != 0;
+        return;
+    }
     OpenSSLErrors::Clear();
     int result = SSL_shutdown(m_ssl.get());
     if (result == 0 && wait)
         result = SSL_shutdown(m_ssl.get());
     done = result == 1;
+    m_endTold |= result >= 0;
     if (result < 0)
         Outcome(result, "close notification failed");
 }

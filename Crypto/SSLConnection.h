@@ -105,6 +105,7 @@ private:
     std::shared_ptr<PeerVerification> m_verification;  ///< outlives m_ssl, which points to it
     std::shared_ptr<SSL> m_ssl;
     int m_handle = -1;
+    bool m_endTold = false;  ///< the close notification has gone out
 };
 
 }  // namespace kstr::Crypto

@@ -137,6 +137,11 @@ TEST_F(SSLConnectionConcurrentTest, TellsAnAnnouncedEndFromABrokenOne) {
     m_client->Shutdown(done, false);
     EXPECT_FALSE(done) << "the server has announced nothing";
     EXPECT_EQ(Read(), "");
+    ::fcntl(m_fds[1], F_SETFL, O_NONBLOCK);
+    m_client->Shutdown(done, false);
+    EXPECT_FALSE(SSL_want_read(m_client->Get())) << "a second call waits for the server as little as the first";
+    m_server->Shutdown(done, false);
+    EXPECT_TRUE(done);
 
     MakeSession();
     CloseClient();
