@@ -131,7 +131,7 @@ void SSLConnection::Shutdown(bool& done, bool wait) {
     done = false;
     if (SSL_in_init(m_ssl.get()) != 0)
         return;
-    if (m_endTold && !wait) {  // once more, SSL_shutdown would wait for the peer's
+    if (HasAnnouncedEnd() && !wait) {  // once more, SSL_shutdown would wait for the peer's
         done = (SSL_get_shutdown(m_ssl.get()) & SSL_RECEIVED_SHUTDOWN) != 0;
         return;
     }
@@ -140,9 +140,13 @@ void SSLConnection::Shutdown(bool& done, bool wait) {
     if (result == 0 && wait)
         result = SSL_shutdown(m_ssl.get());
     done = result == 1;
-    m_endTold |= result >= 0;
     if (result < 0)
         Outcome(result, "close notification failed");
+}
+
+/// @return whether the close notification has gone out (OpenSSL says "sent" of one that still waits for room, too)
+bool SSLConnection::HasAnnouncedEnd() const {
+    return (SSL_get_shutdown(m_ssl.get()) & SSL_SENT_SHUTDOWN) != 0 && !SSL_want_write(m_ssl.get());
 }
 
 void SSLConnection::SetShutdownState(int state) { SSL_set_shutdown(m_ssl.get(), state); }

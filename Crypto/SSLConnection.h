@@ -99,13 +99,13 @@ public:
 private:
     int Outcome(int result, const char* what) const;
     std::string WhyNotVerified() const;
+    bool HasAnnouncedEnd() const;
     bool IsBlocking() const;
     void Await(int status) const;
 
     std::shared_ptr<PeerVerification> m_verification;  ///< outlives m_ssl, which points to it
     std::shared_ptr<SSL> m_ssl;
     int m_handle = -1;
-    bool m_endTold = false;  ///< the close notification has gone out
 };
 
 }  // namespace kstr::Crypto
