@@ -4,6 +4,8 @@
 
 #include <locale>
 
+#include "tests/support/GroupingLocale.h"
+
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
@@ -19,10 +21,7 @@ TEST(RkHttpHeaderTest, StatusChoosesThePhrase) {
 }
 
 TEST(RkHttpHeaderTest, NumbersDoNotFollowTheLocale) {
-    struct Thousands : std::numpunct<char> {
-        std::string do_grouping() const override { return "\3"; }
-    };
-    const std::locale before = std::locale::global(std::locale(std::locale(), new Thousands));
+    const std::locale before = std::locale::global(GroupingLocale());
     const std::string head = RkHttpHeader(200, "t", 1234567).GetHeader();
     std::locale::global(before);
     EXPECT_THAT(head, HasSubstr("Content-Length: 1234567\r\n"));

@@ -2,12 +2,12 @@
 
 #include <gmock/gmock.h>
 
-#include <locale>
 #include <sstream>
 #include <string>
 
 #include "Diag/RkInspector.h"
 #include "Network/Network/RkPrintSelf.h"
+#include "tests/support/GroupingLocale.h"
 
 /// What the inspection of an object reports, as "key=text".
 template <class Object>
@@ -18,14 +18,6 @@ std::string Inspected(Object&& object) {
     } inspector;
     object.HandleInspection(inspector);
     return inspector.all;
-}
-
-/// Writes 12345 as "12,345", as the locales of many languages do.
-inline std::locale GroupingLocale() {
-    struct Thousands : std::numpunct<char> {
-        std::string do_grouping() const override { return "\3"; }
-    };
-    return {std::locale::classic(), new Thousands};
 }
 
 /// Expects a server to print itself at every level as it has always done, whatever the stream's locale, and to report the whole
