@@ -1,6 +1,7 @@
 #include "Network/Url/RkUrl.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <string_view>
 
@@ -188,7 +189,8 @@ void RkUrl::getPortNumber() {
     if (!m_port_segment || m_portString.empty())
         return;
     RkUrlText::TrimEnd(m_portString);
-    m_port = static_cast<std::int32_t>(std::strtol(m_portString.c_str(), nullptr, 10));
+    const long port = std::strtol(m_portString.c_str(), nullptr, 10);                  // long has 64 bits here
+    m_port = static_cast<std::int32_t>(std::clamp<long>(port, INT32_MIN, INT32_MAX));  // a far one must not become 80
 }
 
 void RkUrl::stripBrackets() {

@@ -94,7 +94,8 @@ public:
     /// The URL exactly as it was passed in.
     const std::string& getEscapedUrl() const { return m_escapedUrl; }
 
-    /// @return the port written in the URL, in host order; -1 if none was. Defaults come from getDefaultPort alone.
+    /// @return the port written in the URL, in host order; -1 if none was. Defaults come from getDefaultPort alone. May be
+    ///         no valid port: whatever number is written, and the largest int for any beyond it.
     int getPort() const { return m_port; }
 
     /// @param address  IPv4, in host order

@@ -31,7 +31,8 @@ TEST(RkUrlTest, SplitsTheAuthorityByPosition) {
                "http://[::1]:81/ -> ,,[::1],81 | http://[::1]/ -> ,,[::1],-1 | http://x[::1].. -> ,,[::1],-1 |"
                "http://::1] -> ,,::1],-1 | http://]/ -> ,,],-1 | http://fe80::1/ -> ,,fe80,0 |"
                "http://H-.-:8x0--/ -> ,,h,8 | http://---/ -> ,,-,-1 | http://h:-/ -> ,,h,0 | http://h:/ -> ,,h,-1 |"
-               "http://h:99999999999 -> ,,h,1215752191 | http://h#a:1 -> ,,h#a,1 | http:///p -> ,,,-1 |"
+               "http://h:4294967376 -> ,,h,2147483647 | http://h:99999999999999999999 -> ,,h,2147483647 |"
+               "http://h#a:1 -> ,,h#a,1 | http:///p -> ,,,-1 |"
                "://h:1/ -> ,,,-1");
     EXPECT_EQ(Authority("http://h%00ost:1/p"), ",,h\0ost:1/p,-1"s);  // searches end at the NUL
 }

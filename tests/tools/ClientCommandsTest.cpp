@@ -52,6 +52,7 @@ TEST(ClientCommands, SayWhatWasWrong) {
         c.Write("HTTP/1.0 200 OK\r\n\r\nhello");
         c.ReadAll();
     });
+    ScriptedPeer mute([](auto& c) { c.ReadAll(); });
     ExpectRefusals({
         {{"get", "https://127.0.0.1/"}, 2, "qornet fetch https://127.0.0.1/"},
         {{"get", "127.0.0.1/"}, 2, "http://HOST[:PORT]/PATH"},
@@ -62,6 +63,12 @@ TEST(ClientCommands, SayWhatWasWrong) {
         {{"get", "--connect-timeout", "1", "http://" + stuck.Address().ToString() + "/"}, 1, "--connect-timeout"},
         {{"get", Url(shortened, "/")}, 1, "3 bytes of 9"},
         {{"get", "--read-timeout", "1", Url(silent, "/")}, 1, "after 5 bytes: the server went away, or said nothing"},
+        {{"tls", "localhost"}, 2, "'localhost' is no server: write it as HOST:PORT"},
+        {{"tls", "localhost:65536"}, 2, "65535"},
+        {{"tls", "--timeout", "1", mute.Address().ToString()}, 1, "timed out; see --timeout"},
+        {{"tls", "--timeout", "1", stuck.Address().ToString()}, 1, ": Connect timed out; see --timeout"},
+        {{"tls", UnusedAddress().ToString()}, 1, ": Connect failed: Connection refused"},
+        {{"fetch", "--header", "foo", "http://127.0.0.1/"}, 2, "--header: 'foo' is no header line"},
         {{"fetch", "http://" + UnusedAddress().ToString() + "/"}, 1, "1 of 1 requests failed"},
     });
 }

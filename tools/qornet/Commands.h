@@ -10,6 +10,11 @@
 #include <CLI/Formatter.hpp>
 #include <stdexcept>
 #include <string>
+#include <utility>
+
+#include "Base/RkTypes.h"
+
+class RkNetworkException;
 
 /// The work could not be done; the text says what was wrong and, where that helps, what to do.
 class CommandFailed : public std::runtime_error {
@@ -46,6 +51,12 @@ void AddDirectory(CLI::App& app);
 
 /// Parses the arguments, runs the command and tells what went wrong. @return the exit status
 int RunCommand(CLI::App& app, int argc, const char* const* argv);
+
+/// The two parts of "HOST:PORT", the text before and behind the last colon. Throws UsageError where there are none.
+std::pair<std::string, RkUInt16> ParseHostAndPort(const std::string& text);
+
+/// The library's text, with the system's words for the error number of a failed connect.
+std::string Reason(const RkNetworkException& failure);
 
 /// Prints one `name: value` line on standard output.
 void PrintField(const std::string& name, const std::string& value);

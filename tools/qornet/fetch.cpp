@@ -146,6 +146,12 @@ private:
     std::size_t m_printed = 0;                         ///< bodies so far
 };
 
+/// What libcurl would drop in silence. @return what is wrong, empty when nothing is
+std::string CheckHeader(const std::string& line) {
+    const std::size_t name = line.find_first_of(":;");  // "Name;" is a field without value
+    return name == 0 || name == line.npos ? "'" + line + "' is no header line: write it as \"Name: value\"" : "";
+}
+
 void Fetch(const Options& options) {
     Fetcher fetcher(options);
     fetcher.Run();
@@ -171,7 +177,8 @@ void AddFetch(CLI::App& app) {
         ->check(Within(1, 1000))
         ->capture_default_str();
     command->add_option("--header", options->headers, "A header line to send (\"Name: value\"); may be given again")
-        ->allow_extra_args(false);
+        ->allow_extra_args(false)
+        ->check(CheckHeader);
     command->add_option("--timeout", options->timeout, "Seconds for one request; 0: none")
         ->check(Within(0, MOST))
         ->type_name("SECONDS")

@@ -3,7 +3,6 @@
 #include <iostream>
 #include <memory>
 #include <string>
-#include <system_error>
 
 #include "Base/RkIO.h"
 #include "Commands.h"
@@ -40,13 +39,6 @@ public:
     }
 };
 
-/// The library's text, with the system's words for a number at its end.
-std::string Reason(const RkNetworkException& failure) {
-    const std::string text = failure.what();
-    const std::string connect = "Connect failed: ";
-    return text.starts_with(connect) ? connect + std::generic_category().message(failure.GetOsErrno()) : text;
-}
-
 RkTimePeriod Seconds(int seconds) { return RkTimePeriod(0, 0, 0, seconds); }
 
 /// Splits "NAME:REST" at the first colon; without one all is the name.
@@ -67,10 +59,7 @@ void CheckUrl(const RkUrl& url) {
 }
 
 void SetProxy(RkHttpClient& client, const std::string& proxy) {
-    const auto [host, portText] = SplitPair(proxy);
-    unsigned short port = 0;
-    if (host.empty() || !boost::conversion::try_lexical_convert(portText, port) || port == 0)
-        throw UsageError("not a proxy: " + proxy + " (write it as HOST:PORT)");
+    const auto [host, port] = ParseHostAndPort(proxy);
     client.setProxy(host);
     client.setProxyPort(port);
     client.setUseProxy(true);

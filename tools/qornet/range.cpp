@@ -15,6 +15,12 @@ struct RangeOptions {
     std::vector<std::string> addresses;
 };
 
+/// The library's words; those on a prefix that is too long lack their beginning.
+std::string Words(const std::exception& error) {
+    const std::string words = error.what();
+    return words.starts_with(' ') ? "its prefix length" + words : words;
+}
+
 /// @param place  where the text stands, for the message
 RkInetRange ParseRange(const std::string& text, const std::string& place) {
     try {
@@ -22,7 +28,7 @@ RkInetRange ParseRange(const std::string& text, const std::string& place) {
     } catch (const boost::bad_lexical_cast&) {
         throw CommandFailed(place + ": '" + text + "' has a prefix length that is no number");
     } catch (const std::exception& error) {
-        throw CommandFailed(place + ": '" + text + "' is no range: " + error.what());
+        throw CommandFailed(place + ": '" + text + "' is no range: " + Words(error));
     }
 }
 

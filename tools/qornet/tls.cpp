@@ -1,20 +1,20 @@
-#include <charconv>
 #include <memory>
 
 #include "Commands.h"
 #include "Crypto/StackOf_X509Cert.h"
 #include "Diag/RkLogger.h"
 #include "Network/Network/RkDnsCache.h"
+#include "Network/Network/RkNetworkException.h"
 #include "Network/Network/RkSSLSocket.h"
 
 namespace {
 
-const RkTimePeriod CONNECT_TIMEOUT(0, 0, 0, 30);
 constexpr int VERIFY_PEER = 1;
 constexpr int PEM = 1;
 
 struct TlsOptions {
     std::string target, certFile, keyFile, caFile;
+    int timeout = 10;
 };
 
 /// Lets every server in, so that what is wrong with its certificate can be shown.
@@ -34,6 +34,13 @@ public:
         m_pCtx->SetVerifyHost(host);
     }
     ~TlsProbe() override { Close(); }
+
+    /// @param seconds  for the connect, and for each message of the handshake that follows; 0: no limit
+    void Connect(const RkInetAddress& address, int seconds) {
+        Open();
+        setSocketTimeout(m_sock, seconds);
+        RkSSLSocket::Connect(address, RkTimePeriod(0, 0, 0, seconds));
+    }
 
     void Print() {
         const kstr::Crypto::X509Cert cert = m_pSSL->GetPeerCert();
@@ -62,27 +69,26 @@ private:
     }
 };
 
-RkUInt16 ParsePort(const std::string& text) {
-    RkUInt16 port = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
-    if (error != std::errc() || end != text.data() + text.size() || port == 0)
-        throw UsageError("'" + text + "' is no port; the target is HOST:PORT");
-    return port;
+/// Connects the probe, or tells in words why not.
+void Connect(TlsProbe& probe, const RkInetAddress& address, const TlsOptions& options) {
+    try {
+        probe.Connect(address, options.timeout);
+    } catch (const RkNetworkException& failure) {
+        const std::string reason = Reason(failure);
+        const bool timedOut = reason.find("timed out") != std::string::npos;
+        throw CommandFailed(options.target + ": " + reason + (timedOut ? "; see --timeout" : ""));
+    }
 }
 
 void Probe(const TlsOptions& options) {
-    const size_t colon = options.target.rfind(':');
-    if (colon == std::string::npos)
-        throw UsageError("the target is HOST:PORT");
-    const std::string host = options.target.substr(0, colon);
-    const RkUInt16 port = ParsePort(options.target.substr(colon + 1));
+    const auto [host, port] = ParseHostAndPort(options.target);
     RkInetAddress address = RkDnsCache::Itself().GetOneIP(host, true);
     if (address.IsAnyAddress())
         throw CommandFailed("'" + host + "' is no IPv4 address and resolves to none");
     address.SetPort(port);
     kstr::diag::RkLogger::setLevel("", kstr::diag::LV_OFF);  // exceptions tell it all
     TlsProbe probe(options, host);
-    probe.Connect(address, CONNECT_TIMEOUT);
+    Connect(probe, address, options);
     probe.Print();
     probe.Shutdown(SHUT_WR);
 }
@@ -97,6 +103,12 @@ void AddTls(CLI::App& app) {
     cert->needs(key);
     key->needs(cert);
     command->add_option("--ca", options->caFile, "PEM file of the authorities to trust; the system's unless given");
+    command
+        ->add_option("--timeout", options->timeout,
+                     "Seconds to wait for the connection, then for each message of the server; 0: no limit")
+        ->check(Within(0, MOST))
+        ->type_name("SECONDS")
+        ->capture_default_str();
     command->add_option("HOST:PORT", options->target, "The server")->required();
     command->footer("A certificate that does not verify is shown, not refused: exit status 0 with the reason printed.");
     command->callback([options] { Probe(*options); });
