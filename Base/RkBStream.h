@@ -19,6 +19,7 @@ public:
     /// is small enough for thousands of connections at once.
     static constexpr size_t BUFFER_SIZE = 8192;
 
+    /// @param device  borrowed; not touched before the first read, or the first write that does not fit
     explicit RkBStream(RkDevice& device);
     RkBStream(const RkBStream&) = delete;
     RkBStream& operator=(const RkBStream&) = delete;
@@ -36,7 +37,8 @@ public:
     ///         on) fails without reading.
     virtual bool ReadString(std::string& out, size_t count);
 
-    /// Reads a line without its LF and one CR before it. A last line without terminator is a line.
+    /// Reads a line without its LF and one CR before it. A last line without terminator is a line; so is what had come when
+    /// a device that reads 0 on a time-out was silent in mid line. Nothing is kept of a line that failed.
     /// @param maxLength  longest line accepted, in bytes without terminator
     /// @return false with an empty line at the end, on an error or time-out, and for a longer line; and so on until Reset
     virtual bool ReadLine(std::string& line, size_t maxLength);
@@ -53,6 +55,7 @@ public:
     /// The one call from another thread: sets an atomic flag that makes every later read and write fail, until Reset.
     virtual void Abort();
 
+    /// Write as Write does; a number in decimal, whatever the locale.
     RkBStream& operator<<(std::string_view text);
     RkBStream& operator<<(char character);
     template <std::integral Integer>

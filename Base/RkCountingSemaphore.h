@@ -11,6 +11,7 @@
 /// A count of units that threads take and give back. Safe from any thread. Takes a lock only to wait and to wake.
 class QOR_BASE_EXPORT RkCountingSemaphore {
 public:
+    /// @param count  units that are free at first
     explicit RkCountingSemaphore(unsigned count);
 
     /// Takes one unit, waiting for at most `timeout` (zero or less only looks).

@@ -11,6 +11,7 @@ public:
     RkCriticalSection(const RkCriticalSection&) = delete;
     RkCriticalSection& operator=(const RkCriticalSection&) = delete;
 
+    /// Waits without limit for another holder. RkSemLock does both for a scope.
     void Lock() { m_mutex.lock(); }
     void Unlock() { m_mutex.unlock(); }
 

@@ -21,6 +21,7 @@ public:
     /// Hands on what the device itself holds back. @return whether that worked
     virtual bool Flush() = 0;
 
+    /// Gives back what the device holds; a second call does nothing.
     virtual void Close() = 0;
 
     /// @param whence  SEEK_SET, SEEK_CUR or SEEK_END

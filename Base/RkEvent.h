@@ -9,6 +9,7 @@
 /// Something that happens once: posted by one thread, awaited by any number. Stays posted. Safe from any thread.
 class QOR_BASE_EXPORT RkEvent {
 public:
+    /// Ends all waits, those to come too. What was written before it is seen by who waited.
     void Post();
 
     /// @param milliseconds  0 only looks

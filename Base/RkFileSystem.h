@@ -14,9 +14,11 @@ public:
     /// @return the canonical path of what an open descriptor refers to; empty when it has none or cannot be told
     static std::string GetPathOfHandle(int handle);
 
+    /// Links are followed; false also for what may not be looked at.
     static bool IsDir(const RkPath& path);
+    /// Whether there is anything of this name, of whatever kind; a link that leads nowhere is nothing.
     static bool Exists(const RkPath& path);
 
-    /// @return the size in bytes of a file; 0 when it cannot be told
+    /// @return the size in bytes of a regular file; 0 for all else and when it cannot be told
     static RkUInt64 GetFileSize(const RkPath& path);
 };

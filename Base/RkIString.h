@@ -9,8 +9,8 @@ public:
     ///                  whatever it says.
     explicit RkIString(const char* encoding);
 
-    void Assign(const RkWString& text);
-    void ToLower();
+    void Assign(const RkWString& text);  ///< the case of letters stays until ToLower
+    void ToLower();                      ///< A to Z alone; comparisons count case, so both sides are lowered first
     const RkWString& ToWString() const { return m_text; }
     const std::string& GetEncoding() const { return m_encoding; }
 

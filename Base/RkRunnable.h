@@ -13,6 +13,7 @@ public:
     /// Asks a running Run to end soon; called from another thread, and possibly before or after Run.
     virtual void Stop() = 0;
 
+    /// Keeps one pointer for the caller, who owns what it points to. No lock: for one thread at a time.
     virtual void SetLocalData(void* data);
     virtual void* GetLocalData();  ///< what SetLocalData stored; null at first
 

@@ -29,6 +29,8 @@ public:
 
     /// Starts the thread. Throws an RkException when the system has no thread to give; a second call does nothing.
     virtual void Start();
+
+    /// Changes what the constructor was told. Read when Run is over: a later change does nothing.
     virtual void SetDestroySelfWhenFinished(bool destroy);
     virtual bool GetDestroySelfWhenFinished();
     virtual bool GetRunning();  ///< started and not yet ended
@@ -45,6 +47,7 @@ public:
     /// Waits for `thread` to end, at once if it never started or is over, or is the caller. Any number of threads may wait.
     static void WaitForThread(RkThread* thread);
 
+    /// Holds up the calling thread for at least so long; nothing but the time wakes it.
     static void Sleep(unsigned milliseconds);
 
 private:

@@ -8,6 +8,7 @@
 /// A point in wall-clock time, for people to read.
 class QOR_BASE_EXPORT RkTimeAndDate {
 public:
+    /// The system's clock at this moment. It may be set back: spans of time are measured with another clock.
     static RkTimeAndDate Now();
 
     /// Writes local time, as in 2024-05-31 13:07:09.

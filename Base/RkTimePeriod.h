@@ -37,11 +37,13 @@ public:
     /// The rest below a millisecond, in microseconds (0 to 999).
     int MicroSeconds() const { return static_cast<int>(m_microseconds % 1000); }
 
+    /// The whole span, cut towards zero.
     std::int64_t TotalMilliSeconds() const { return m_microseconds / 1000; }
     std::int64_t TotalMicroSeconds() const { return m_microseconds; }
 
     bool IsZero() const { return m_microseconds == 0; }
 
+    /// A result that does not fit is held to the longest span.
     RkTimePeriod operator+(const RkTimePeriod& other) const;
     RkTimePeriod operator-(const RkTimePeriod& other) const;
     auto operator<=>(const RkTimePeriod& other) const = default;

@@ -30,10 +30,11 @@ public:
     /// @return many lines that describe the certificate to a human; empty where there is none
     std::string GetCertDetails() const;
 
-    X509Name GetIssuerName() const;
-    X509Name GetSubjectName() const;
-    ASN1UtcTime GetNotBefore() const;
-    ASN1UtcTime GetNotAfter() const;
+    X509Name GetIssuerName() const;   ///< who signed it, by its own account
+    X509Name GetSubjectName() const;  ///< whom it was made out to
+
+    ASN1UtcTime GetNotBefore() const;  ///< begin of its life
+    ASN1UtcTime GetNotAfter() const;   ///< end of its life
 
     /// Checks that `other` is signed by this certificate's key, and nothing else: no names, no times, no purposes.
     /// Throws BasicException if it is not.

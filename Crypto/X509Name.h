@@ -15,8 +15,8 @@ public:
     /// @param name  shares the ownership of what the name is part of; not null
     explicit X509Name(std::shared_ptr<const X509_NAME> name);
 
-    /// @return the name in one line, for example "/O=Kestrion/CN=www". Bytes that do not print read \xNN, so a NUL in a
-    ///         name hides nothing. Throws BasicException when there is no memory.
+    /// @return the name in one line, for example "/O=Kestrion/CN=www". A NUL in a name hides nothing: bytes that do not
+    ///         print are written in hexadecimal, after a backslash and an x. Throws BasicException when there is no memory.
     std::string GetOneLine() const;
 
     /// Prints the name into a stream.

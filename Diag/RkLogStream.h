@@ -9,6 +9,7 @@ namespace kstr::diag {
 /// Composes one log line. For one thread at a time.
 class QOR_BASE_EXPORT RkLogStream : public std::ostringstream {
 public:
+    /// @param logger  borrowed. Whether it is on for `level` is not looked at here: DIAG_LOG does
     RkLogStream(RkLogger& logger, RkLevel level);
 
     using std::ostringstream::flush;
@@ -16,6 +17,7 @@ public:
     /// Hands the line to the sink and empties the stream.
     void flush(const char* file, const char* function, int line);
 
+    /// Of the lines flushed from now on.
     void setLevel(RkLevel level) { m_level = level; }
 
 private:

@@ -18,6 +18,7 @@ namespace kstr::diag {
 /// from any thread.
 class QOR_BASE_EXPORT RkLogger {
 public:
+    /// @param name  dotted name; empty is the root
     explicit RkLogger(const std::string& name);
     explicit RkLogger(const char* name);  ///< the same without a copy of the name
 

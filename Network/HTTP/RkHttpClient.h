@@ -50,6 +50,9 @@ public:
     /// One exchange, until the response head is read. The previous connection and response are dropped.
     /// Fields of more than 1 MiB in all are a failure.
     void get(const RkUrl& url);
+
+    /// The same as a POST.
+    /// @param data  form data, percent-encoded by the caller
     void post(const RkUrl& url, const std::string& data);
 
     /// The stream, positioned at the body; this client's. Throws when there is no connection.
@@ -66,16 +69,26 @@ public:
     /// All fields by lower-case name; this client's, until the next request.
     const std::map<std::string, std::string>& getResponseHeaders() const { return m_responseHeaders; }
 
+    /// What follows holds from the next request on. Credentials are for the server, in the Basic scheme; an empty name sends
+    /// none.
     void setUsername(const std::string& name) { m_username = name; }
     void setPassword(const std::string& password) { m_password = password; }
+
+    /// Name or numeric address of the proxy; asked only with setUseProxy.
     void setProxy(const std::string& proxy) { m_proxy = proxy; }
+
+    /// @param port  host byte order; 0 is 80
     void setProxyPort(unsigned short port) { m_proxyPort = port; }
+
+    /// Sent with every request, through the proxy or not; an empty name sends none.
     void setProxyUsername(const std::string& name) { m_proxyUsername = name; }
     void setProxyPassword(const std::string& password) { m_proxyPassword = password; }
 
     /// A request that finds the proxy to be its target switches this off, and it stays off.
     void setUseProxy(bool use) { m_useProxy = use; }
     bool getUseProxy() const { return m_useProxy; }
+
+    /// The time-outs are read as in the constructor.
     void setConnectTimeout(const RkTimePeriod& timeout) { m_connectTimeout = timeout; }
     void setReadTimeout(const RkTimePeriod& timeout) { m_readTimeout = timeout; }
     void setWriteTimeout(const RkTimePeriod& timeout) { m_writeTimeout = timeout; }

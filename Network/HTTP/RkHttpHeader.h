@@ -25,7 +25,7 @@ public:
     virtual void InitReasonPhraseMap();
 
     void SetFile(const std::string& file);  ///< not empty: the head is a GET request for this path
-    void SetStatus(int status);
+    void SetStatus(int status);             ///< as in the constructor; the next two alike
     void SetContentLength(int length);
     void SetContentType(const std::string& type);
     void SetUserAgent(const std::string& agent);        ///< empty: no field

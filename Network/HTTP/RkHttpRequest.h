@@ -55,6 +55,7 @@ public:
     RkUInt64 getAnswerBytes() const;  ///< length of the body in bytes; 0 until it is known; safe from any thread
 
 protected:
+    /// The socket to the peer, this connection's own. To be woken by other threads, used by that of Run alone.
     RkTcpSocket& GetSocket() const { return *m_socket; }
 
 private:

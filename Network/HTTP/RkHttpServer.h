@@ -47,6 +47,7 @@ protected:
     RkHttpServer(NotStarted, const RkInetAddress& inetAddr, RkTcpSocketFactory* pSockFactory,
                  const std::string& rootPath, unsigned int timeout);
 
+    /// What every request of this server is dispatched by.
     RkHttpRequestMap& GetRequestMap() { return m_map; }
     unsigned int GetIdleTimeout() const { return m_timeout; }  ///< seconds; 0: without limit
 

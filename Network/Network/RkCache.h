@@ -57,10 +57,11 @@ public:
     /// Empties the cache and zeroes its counters. The argument has no meaning.
     virtual void Clear(bool);
 
+    /// The policy, this cache's own.
     virtual CallBack& GetCallBack() { return m_entryCallBack; }
-    virtual unsigned int GetCacheCount() { return m_entryCount; }
-    virtual unsigned int GetCacheSize() { return m_size; }
-    virtual unsigned int GetHitNumber() { return m_hit; }
+    virtual unsigned int GetCacheCount() { return m_entryCount; }  ///< entries held, expired ones included
+    virtual unsigned int GetCacheSize() { return m_size; }         ///< capacity
+    virtual unsigned int GetHitNumber() { return m_hit; }          ///< since the counters last started over
 
     /// Hits in percent of hits and misses; 0.0 before the first look-up. Both start over beyond ten million of either, so
     /// the figure tells of recent traffic.
@@ -72,8 +73,8 @@ public:
     RkCacheCounters GetCounters() { return {GetCacheCount(), GetCacheSize(), GetHitNumber(), GetHitPercent()}; }
 
 protected:
-    static constexpr long HASH_PRIME = 0x40000003;
-    static constexpr double COUNTER_LIMIT = 1e7;
+    static constexpr long HASH_PRIME = 0x40000003;  ///< what the hasher is made from
+    static constexpr double COUNTER_LIMIT = 1e7;    ///< hits or misses beyond which both counters start over
 
     /// Looks up an entry, expired or not, without counting; null if there is none. A template so that it stands back
     /// behind the virtual Find where Value is bool.

@@ -26,7 +26,11 @@ public:
     /// Empties the set.
     void clear();
 
+    /// Puts a handle into the set.
+    /// @param sock  0 to RkMaxFdSetSize::MaxFD - 1; of 1,024 and above the set first takes memory of its own
     void SetBit(SOCKET sock);
+
+    /// @return whether the handle is in the set; after a wait, whether it is ready
     bool HasBit(SOCKET sock) const;
 
     /// The whole set, which stays where it is from now on.

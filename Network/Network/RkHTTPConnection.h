@@ -50,8 +50,14 @@ public:
     /// Makes the request and waits for its outcome; never throws.
     void Send();
 
+    /// @return an eHttpCodes value about the last Send
     int GetResponseResult() const { return m_response.result; }
+
+    /// @return the HTTP status of the last Send; 0 when there was none
     int GetResponseCode() const { return static_cast<int>(m_response.code); }
+
+    /// The body of the last answer, or, when the result is an error, a text about it. The caller may move it out; the next
+    /// Send replaces it.
     std::string& GetResponseBody() { return m_response.body; }
 
     /// @return how many network connections the last Send opened; 0 when it used one that was kept alive

@@ -19,6 +19,7 @@ class QOR_NETWORK_EXPORT RkInetAddress {
 public:
     using Inet6Address = in6_addr;
 
+    /// The bytes of an address of either family, in network order. Which one it is stands in m_family.
     struct InetAddress {
         union {
             Inet6Address u_in6;
@@ -62,12 +63,17 @@ public:
 
     /// @param addr            one word (IPv4) when `len` is below 4, else four (IPv6)
     /// @param inNetworkOrder  whether port and words are in network order already
-    /// @param demoteToV4      turns ::ffff:a.b.c.d into a.b.c.d and :: into 0.0.0.0; every other address stays IPv6,
-    ///                        ::a.b.c.d and ::1 too
+    /// @param demoteToV4      turns an IPv4-mapped address into the IPv4 one and :: into 0.0.0.0; every other stays IPv6, an
+    ///                        IPv4-compatible one and ::1 too
     RkInetAddress& Set(RkUInt16 port, RkUInt32* addr, int len, bool inNetworkOrder, bool demoteToV4);
+
+    /// As Set with `inNetworkOrder`: port and words as they come out of a socket address.
     RkInetAddress& SetNetworkOrder(RkUInt16 port, RkUInt32* addr, int len, bool demoteToV4);
 
+    /// @param port  in host order; the address stays
     void SetPort(RkUInt16 port);
+
+    /// @return in host order; 0 where none was given
     RkUInt16 GetPort() const;
 
     /// These keep the port (a port in the text goes before it).
@@ -107,7 +113,7 @@ public:
 
     bool IsV4() const { return m_family == AF_INET; }
 
-    /// Turns IPv4 into IPv6, port kept: 0.0.0.0 into ::, 127.0.0.1 into ::1, any other a.b.c.d into ::ffff:a.b.c.d.
+    /// Turns IPv4 into IPv6, port kept: 0.0.0.0 into ::, 127.0.0.1 into ::1, any other into its IPv4-mapped form.
     void PromoteToV6();
 
     /// Writes the IPv6 form (as PromoteToV6 makes it) into `addr`.
@@ -117,7 +123,7 @@ public:
     /// although PromoteToV6 makes them (kept; test OnlyMappedAddressesGoBackToV4).
     void GetV4Address(RkInetAddress& addr) const;
 
-    /// Whether this is ::ffff:a.b.c.d.
+    /// Whether this is an IPv6 address that is ffff:a.b.c.d behind 80 zero bits.
     bool IsV6Mapped() const;
 
     /// The numeric text, with ":port" unless the port is 0; IPv6 with a port stands in brackets. @return `str`
@@ -153,8 +159,8 @@ public:
     /// nothing if it is IPv6 and `v4Only`). Callers hand in 0.
     static void GetAllAddresses(const std::string& name, RkInetAddress*& addrs, int& addrCount, bool v4Only);
 
-    /// Whether a text is a numeric address: for inet_addr or, as IPv6, for inet_pton. ::ffff:a.b.c.d and :: come out as
-    /// IPv4 here, unlike in SetFromString (test NumericTestDemotesButSetFromStringDoesNot). The port becomes 0.
+    /// Whether a text is a numeric address: for inet_addr or, as IPv6, for inet_pton. IPv4-mapped addresses and :: come out
+    /// as IPv4 here, unlike in SetFromString (test NumericTestDemotesButSetFromStringDoesNot). The port becomes 0.
     static bool CheckForNumeric(const std::string& name, RkInetAddress& ipAddress);
 
     /// The local host's address, looked up at the first call and kept: later calls get it whatever their `v4Only`.

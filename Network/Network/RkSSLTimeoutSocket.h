@@ -38,6 +38,7 @@ public:
     void Connect(const RkInetAddress& addr) override;
     using RkSSLSocket::Connect;
 
+    /// Stored, and not used (see Connect).
     void SetConnectTimeout(const RkTimePeriod& timeout) { m_connectTimeout = timeout; }
 
 private:

@@ -30,6 +30,7 @@ public:
     void AddWriter(Sock_t sock);
     void AddException(Sock_t sock);
 
+    /// No longer watches a handle; nothing if it was not watched. To be called before the handle is closed.
     void RemoveReader(Sock_t sock);
     void RemoveWriter(Sock_t sock);
     void RemoveException(Sock_t sock);

@@ -70,9 +70,13 @@ public:
 
     /// A closed socket is opened (Reset) first.
     virtual void SetNonBlockingMode(bool on);
+
+    /// @return the mode last set here; the system is not asked
     virtual bool GetNonBlockingMode();
 
     bool IsOpen() const { return m_sock != -1; }
+
+    /// @return the descriptor, which stays this socket's; -1 when closed
     SOCKET GetHandle() const { return m_sock; }
 
     /// @return 0, or -1 with errno set; never throws

@@ -62,6 +62,7 @@ public:
     virtual void Bind();
     virtual void Bind(const RkInetAddress& address);
 
+    /// @param backlog  clients that the system keeps waiting for an accept, at most its own limit (somaxconn)
     virtual void Listen(int backlog);
 
     /// Waits for a client and gives its handle (close-on-exec, blocking) to `newSocket`, whose old handle is not closed.

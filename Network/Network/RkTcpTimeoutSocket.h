@@ -10,8 +10,11 @@
 /// and is woken like a new one.
 class QOR_NETWORK_EXPORT RkTcpTimeoutSocket : public RkTcpSocket {
 public:
+    /// Each time-out is that of one Connect, Read or Write.
     RkTcpTimeoutSocket(const RkTimePeriod& connectTimeout, const RkTimePeriod& readTimeout,
                        const RkTimePeriod& writeTimeout);
+
+    /// As above. @param inetAddr, reuseAddr  as in RkTcpSocket's constructor
     RkTcpTimeoutSocket(const RkInetAddress& inetAddr, const RkTimePeriod& connectTimeout,
                        const RkTimePeriod& readTimeout, const RkTimePeriod& writeTimeout, bool reuseAddr);
     RkTcpTimeoutSocket(const RkTcpTimeoutSocket&) = delete;
@@ -38,6 +41,7 @@ public:
     /// A handle of 0 or above makes the socket as good as new: a Close before it is forgotten.
     void SetHandle(SOCKET sock) override;
 
+    /// Of the next Connect; zero is no limit.
     void SetConnectTimeout(const RkTimePeriod& timeout);
 
     /// Makes the pipe (close-on-exec, neither end blocks). If that fails the socket works, but cannot be woken.
@@ -46,6 +50,8 @@ public:
     /// Wakes a blocked Read by the byte "1", of which the pipe holds one at most. Only Close makes that Read end; else it
     /// takes the byte out and waits on.
     void SignalPipe();
+
+    /// Closes the pipe: the socket works on, but cannot be woken.
     void TeardownPipe();
 
 protected:

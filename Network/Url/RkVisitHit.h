@@ -63,6 +63,8 @@ public:
     /// @return false when it is there already, in whatever case
     static bool AddExt(const char* ext);
 
+    /// @param ext  without its dot
+    /// @return whether files of this extension look like pages
     static bool FindExt(const char* ext);
 
     /// Sets the delay back to ten seconds and adds the default extensions. The other operations call it when they find no
