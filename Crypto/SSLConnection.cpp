@@ -20,6 +20,9 @@ namespace {
 
 constexpr const char* HANDSHAKE = "handshake failed";
 
+/// The close notification waits for so long for room to be sent.
+constexpr int NOTIFICATION_MS = 2000;
+
 }  // namespace
 
 SSLConnection::SSLConnection(SSL_CTX* context, std::shared_ptr<PeerVerification> verification)
@@ -50,7 +53,7 @@ void SSLConnection::Connect() {
         OpenSSLErrors::Clear();
         const int status = Outcome(SSL_connect(m_ssl.get()), HANDSHAKE);
         if (status == DONE)
-            return;
+            return SocketBIO::StopLookingAhead(SSL_get_rbio(m_ssl.get()));
         Await(status);
     }
 }
@@ -58,7 +61,9 @@ void SSLConnection::Connect() {
 int SSLConnection::Accept() {
     OpenSSLErrors::Clear();
     const int status = Outcome(SSL_accept(m_ssl.get()), HANDSHAKE);
-    if (status != DONE && IsBlocking())
+    if (status == DONE)
+        SocketBIO::StopLookingAhead(SSL_get_rbio(m_ssl.get()));
+    else if (IsBlocking())
         throw BasicException("handshake timed out");
     return status;
 }
@@ -131,17 +136,32 @@ void SSLConnection::Shutdown(bool& done, bool wait) {
     done = false;
     if (SSL_in_init(m_ssl.get()) != 0)
         return;
-    if (HasAnnouncedEnd() && !wait) {  // once more, SSL_shutdown would wait for the peer's
-        done = (SSL_get_shutdown(m_ssl.get()) & SSL_RECEIVED_SHUTDOWN) != 0;
+    if (!HasAnnouncedEnd())
+        SendNotification();
+    done = SSL_get_shutdown(m_ssl.get()) == (SSL_SENT_SHUTDOWN | SSL_RECEIVED_SHUTDOWN);
+    if (!done && wait)
+        done = TakeShutdownStep();
+}
+
+void SSLConnection::SendNotification() {
+    SocketBIO::SendWithoutWaiting(SSL_get_wbio(m_ssl.get()));
+    TakeShutdownStep();
+    if (!SSL_want_write(m_ssl.get()) || !IsBlocking())
         return;
-    }
+    pollfd wanted{m_handle, POLLOUT, 0};
+    if (::poll(&wanted, 1, NOTIFICATION_MS) != 0)
+        TakeShutdownStep();
+    if (SSL_want_write(m_ssl.get()))
+        throw BasicException("close notification timed out");
+}
+
+/// Sends what is to be sent; after that, waits for the peer's notification. @return whether both ends have announced the end
+bool SSLConnection::TakeShutdownStep() {
     OpenSSLErrors::Clear();
-    int result = SSL_shutdown(m_ssl.get());
-    if (result == 0 && wait)
-        result = SSL_shutdown(m_ssl.get());
-    done = result == 1;
+    const int result = SSL_shutdown(m_ssl.get());
     if (result < 0)
         Outcome(result, "close notification failed");
+    return result == 1;
 }
 
 /// @return whether the close notification has gone out (OpenSSL says "sent" of one that still waits for room, too)

@@ -79,7 +79,8 @@ public:
     bool IsResumed() const;
 
     /// Sends the close notification, once. There is nothing to notify of before the handshake is over or after the session
-    /// failed.
+    /// failed. Throws when it does not go out, also when a blocking descriptor has no room for it within two seconds, since
+    /// the peer reads nothing.
     /// @param[out] done  whether both ends have announced the end
     /// @param wait       whether to read on until the peer's notification comes as well
     void Shutdown(bool& done, bool wait);
@@ -100,6 +101,8 @@ private:
     int Outcome(int result, const char* what) const;
     std::string WhyNotVerified() const;
     bool HasAnnouncedEnd() const;
+    void SendNotification();
+    bool TakeShutdownStep();
     bool IsBlocking() const;
     void Await(int status) const;
 

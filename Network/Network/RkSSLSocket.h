@@ -68,11 +68,12 @@ public:
     /// One TLS write of all bytes. @return as Read
     ssize_t Write(const char* buf, size_t len) override;
 
-    /// Sends the close notification if there is a session, then shuts the socket down.
+    /// Sends the close notification if there is a session, then shuts the socket down. Where the peer reads nothing, the
+    /// notification waits for room to be sent, for two seconds at most, and is then given up with a line in the log.
     RkErrorCode Shutdown(int how) override;
 
-    /// As in RkSocket, but for the thread that runs on the socket: where the peer reads nothing, the notification waits for
-    /// room to be sent. Wake ends that wait, so no lock that Wake needs is held here.
+    /// As in RkSocket, but for the thread that runs on the socket. Wake ends the notification's wait, so no lock that Wake
+    /// needs is held here.
     RkErrorCode ShutdownSocket() override;
 
     /// As Read(buf, len), but each wait for the peer takes at most `timeout` (zero: without limit). There is no limit on

@@ -148,6 +148,17 @@ TEST_F(SSLConnectionConcurrentTest, TellsAnAnnouncedEndFromABrokenOne) {
     EXPECT_THAT(MessageOf<RkException>([&] { Read(); }), HasSubstr("unexpected eof"));
 }
 
+TEST_F(SSLConnectionConcurrentTest, AnEndIsAnnouncedOnceAndWaitsForNobody) {
+    MakeSession();
+    bool done = true;
+    m_server->Shutdown(done, false);
+    m_server->Shutdown(done, false);  // the client announces nothing
+    EXPECT_FALSE(done);
+    const std::string filling(1 << 16, 'x');
+    while (::send(m_fds[1], filling.data(), filling.size(), MSG_DONTWAIT) > 0) {}
+    EXPECT_EQ(MessageOf<RkException>([&] { m_client->Shutdown(done, false); }), "close notification timed out");
+}
+
 TEST_F(SSLConnectionConcurrentTest, AStaleErrorDecidesNothing) {
     MakeSession();
     ::fcntl(m_fds[0], F_SETFL, O_NONBLOCK);
@@ -198,6 +209,18 @@ TEST_F(SSLConnectionConcurrentTest, RenegotiationIsRefused) {
     EXPECT_THAT(MessageOf<RkException>([this] { m_client->Connect(); }), HasSubstr("no renegotiation"));
     ::shutdown(m_fds[1], SHUT_RDWR);
     EXPECT_THAT(server.get(), HasSubstr("alert"));
+}
+
+TEST_F(SSLConnectionConcurrentTest, AServersCallForRenegotiationIsRefused) {
+    MakeSession();
+    SSL_clear_options(m_server->Get(), SSL_OP_NO_RENEGOTIATION);
+    ASSERT_EQ(SSL_renegotiate(m_server->Get()), 1);
+    ASSERT_EQ(SSL_do_handshake(m_server->Get()), 1) << "sends the call";
+    ::fcntl(m_fds[1], F_SETFL, O_NONBLOCK);
+    char byte = 0;
+    size_t done = 0;
+    EXPECT_EQ(m_client->Read(&byte, 1, done), SSLConnection::WAIT_READABLE) << "the session goes on as it was";
+    EXPECT_THAT(MessageOf<RkException>([this] { Read(); }), HasSubstr("no renegotiation"));
 }
 
 TEST_F(SSLConnectionConcurrentTest, AcceptWaitsAsTheDescriptorDoes) {

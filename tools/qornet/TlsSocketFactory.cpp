@@ -14,7 +14,8 @@ namespace {
 
 /// A TLS socket that tells its peer of the end before it closes: an answer without a length ends there, and clients take an
 /// end that was not told for a cut. Each connection carries one answer, so what does not fill a packet may wait for the close
-/// that follows: a short answer, the word of its end and that of the connection's go out together.
+/// that follows (the system holds it for 200 ms at most): a short answer, the word of its end and that of the connection's go
+/// out together.
 class ServeTlsSocket : public RkSSLSocket {
 public:
     using RkSSLSocket::RkSSLSocket;
