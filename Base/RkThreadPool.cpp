@@ -122,7 +122,7 @@ RkThreadPool::Impl::Impl(int maxSize, int startSize, bool deleteRunnables, int p
 }
 
 RkThreadPool::Impl::~Impl() {
-    Stop();
+    Impl::Stop();
     for (auto& worker : m_workers)
         worker.thread.reset();  // waits for those that Stop left alone
 }

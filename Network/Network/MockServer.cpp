@@ -43,6 +43,7 @@ MockServer::~MockServer() {
 
 // Wakes again and again: the thread may only be about to accept, or to read.
 void MockServer::EndThread() {
+    const boost::this_thread::disable_interruption shielded;  // the destructor cannot let that out
     do {
         m_sock->Wake();
         m_client->Wake();

@@ -13,7 +13,7 @@ ReverseDnsCache::ReverseDnsCache(unsigned int maxSize, unsigned int timeout) : m
 ReverseDnsCache::~ReverseDnsCache() {
     ReverseDnsCache* registered = this;
     s_pMyself.compare_exchange_strong(registered, nullptr);
-    Reset();
+    ReverseDnsCache::Clear();
 }
 
 bool ReverseDnsCache::GetHostname(const std::string& address, std::string& hostname) {

@@ -30,7 +30,7 @@ RkDnsCache::RkDnsCache(unsigned int maxSize, unsigned int timeout) : m_cache(max
     CacheEntry::m_timeout = timeout;
 }
 
-RkDnsCache::~RkDnsCache() { Reset(); }
+RkDnsCache::~RkDnsCache() { RkDnsCache::Clear(); }
 
 RkInetAddress RkDnsCache::GetOneIP(const std::string& name, bool v4Only) {
     std::vector<RkInetAddress> addresses;

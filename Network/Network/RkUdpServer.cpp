@@ -82,7 +82,7 @@ void RkUdpServer::TakeDatagram() {
         Enter(connection.get());
         connection->SetServer(this);
         m_pool.DoWork(connection.get());
-        connection.release();
+        (void)connection.release();  // the pool's, or the caller's, from here on
     } catch (const RkNetworkException&) {
         // only this datagram is lost
     }

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <boost/thread/thread.hpp>
+#include <latch>
 #include <optional>
 
 #include "Network/Network/RkNetworkException.h"
@@ -55,6 +57,18 @@ TEST(MockServer, EndsAForgottenThreadThatStillWaits) {
         silent.emplace(server.GetLocalAddress().GetPort());
     }
     EXPECT_EQ(silent->ReadAll(), "");
+}
+
+TEST(MockServer, EndsItsThreadInSpiteOfAnInterruption) {
+    std::latch interrupted(1);
+    boost::thread owner([&] {
+        MockServer server("", RkTimePeriod(), "127.0.0.1");
+        server.Run();
+        interrupted.wait();
+    });
+    owner.interrupt();
+    interrupted.count_down();
+    owner.join();
 }
 
 }  // namespace
