@@ -43,9 +43,9 @@ std::pair<std::string, RkUInt16> ParseHostAndPort(const std::string& text) {
 
 std::string Reason(const RkNetworkException& failure) {
     const std::string text = failure.what();
-    const std::string connect = "Connect failed: ", late = "Connect timed out";
-    if (text.starts_with(late))
-        return late;
+    const std::string connect = "Connect failed: ";
+    if (text.starts_with("Connect timed out"))
+        return "Connect timed out";
     return text.starts_with(connect) ? connect + std::generic_category().message(failure.GetOsErrno()) : text;
 }
 

@@ -54,7 +54,7 @@ void WarnIfOthersMayRead(const std::string& keyFile) {
 TlsSocketFactory::TlsSocketFactory(const std::string& certFile, const std::string& keyFile)
     : m_certFile(certFile), m_keyFile(keyFile) {
     try {
-        const std::unique_ptr<RkTcpSocket> first(CreateSocket());
+        const std::unique_ptr<RkTcpSocket> first(TlsSocketFactory::CreateSocket());
     } catch (const RkException& error) {
         throw CommandFailed(std::string(error.what()) + "; see --cert and --key");
     }

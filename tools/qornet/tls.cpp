@@ -36,10 +36,10 @@ public:
     ~TlsProbe() override { Close(); }
 
     /// @param seconds  for the connect, and for each message of the handshake that follows; 0: no limit
-    void Connect(const RkInetAddress& address, int seconds) {
+    void ConnectWithin(int seconds, const RkInetAddress& address) {
         Open();
         setSocketTimeout(m_sock, seconds);
-        RkSSLSocket::Connect(address, RkTimePeriod(0, 0, 0, seconds));
+        Connect(address, RkTimePeriod(0, 0, 0, seconds));
     }
 
     void Print() {
@@ -72,7 +72,7 @@ private:
 /// Connects the probe, or tells in words why not.
 void Connect(TlsProbe& probe, const RkInetAddress& address, const TlsOptions& options) {
     try {
-        probe.Connect(address, options.timeout);
+        probe.ConnectWithin(options.timeout, address);
     } catch (const RkNetworkException& failure) {
         const std::string reason = Reason(failure);
         const bool timedOut = reason.find("timed out") != std::string::npos;
