@@ -44,7 +44,7 @@ void RkHttpHeader::InitReasonPhraseMap() {
     m_reasonPhrase[401] = "Unauthorized";
     m_reasonPhrase[403] = "Forbidden";
     m_reasonPhrase[404] = "Not Found";
-    // The blanks inside and at the end belong to the phrase: clients match it (test PhraseOf407KeepsItsBlanks).
+    // The blanks inside and at the end belong to the phrase: clients match it (test StatusChoosesThePhrase).
     m_reasonPhrase[407] = "Proxy Authentication Required ( Access is denied.  ) ";
     m_reasonPhrase[500] = "Internal Server Error";
     m_reasonPhrase[501] = "Not Implemented";

@@ -6,17 +6,21 @@
 
 #include "tests/support/GroupingLocale.h"
 
-using ::testing::HasSubstr;
-using ::testing::StartsWith;
-
 TEST(RkHttpHeaderTest, StatusChoosesThePhrase) {
     const std::pair<int, const char*> cases[] = {
-        {200, "200 OK"}, {404, "404 Not Found"}, {302, "302 Moved Temporarily"}, {299, "299 "}};
+        {200, "200 OK"},
+        {202, "202 Accepted"},
+        {302, "302 Moved Temporarily"},
+        {304, "304 Not Modified"},
+        {404, "404 Not Found"},
+        {407, "407 Proxy Authentication Required ( Access is denied.  ) "},
+        {299, "299 "},
+    };
     RkHttpHeader header(200, "text/html", -5);
+    const std::string fields = "\r\nAccept: */*\r\nContent-Type: text/html\r\nContent-Length: -5\r\n\r\n";
     for (const auto& [status, line] : cases) {
         header.SetStatus(status);
-        EXPECT_EQ(header.GetHeader(), "HTTP/1.0 " + std::string(line) +
-                                          "\r\nAccept: */*\r\nContent-Type: text/html\r\nContent-Length: -5\r\n\r\n");
+        EXPECT_EQ(header.GetHeader(), "HTTP/1.0 " + (line + fields));
     }
 }
 
@@ -24,19 +28,13 @@ TEST(RkHttpHeaderTest, NumbersDoNotFollowTheLocale) {
     const std::locale before = std::locale::global(GroupingLocale());
     const std::string head = RkHttpHeader(200, "t", 1234567).GetHeader();
     std::locale::global(before);
-    EXPECT_THAT(head, HasSubstr("Content-Length: 1234567\r\n"));
-}
-
-TEST(RkHttpHeaderTest, PhraseOf407KeepsItsBlanks) {
-    EXPECT_THAT(RkHttpHeader(407, "", 0).GetHeader(),
-                StartsWith("HTTP/1.0 407 Proxy Authentication Required ( Access is denied.  ) \r\n"));
+    EXPECT_THAT(head, testing::HasSubstr("Content-Length: 1234567\r\n"));
 }
 
 TEST(RkHttpHeaderTest, RequestLineIsMisspelt) {
-    RkHttpHeader header(200, "text/plain", 5);
+    RkHttpHeader header(200, "t", 5);
     header.SetFile("/a");
-    EXPECT_EQ(header.GetHeader(),
-              "GET /a HTPP/1.0\r\nAccept: */*\r\nContent-Type: text/plain\r\nContent-Length: 5\r\n\r\n");
+    EXPECT_EQ(header.GetHeader(), "GET /a HTPP/1.0\r\nAccept: */*\r\nContent-Type: t\r\nContent-Length: 5\r\n\r\n");
 }
 
 TEST(RkHttpHeaderTest, FieldsForAProxyHaveTheirOwnNames) {
