@@ -1,7 +1,5 @@
 #include <gmock/gmock.h>
 
-#include <chrono>
-#include <functional>
 #include <future>
 #include <latch>
 #include <list>
@@ -10,114 +8,85 @@
 
 #include "Network/HTTP/RkHttpClient.h"
 #include "Network/Network/RkDnsCache.h"
-#include "Network/Network/RkNetworkException.h"
 #include "tests/support/FakeResolver.h"
+#include "tests/support/MessageOf.h"
 #include "tests/support/OpenDescriptors.h"
 #include "tests/support/ScriptedPeer.h"
+
+using testing::ElementsAre, testing::Pair;
 
 namespace {
 
 constexpr int kAtOnce = 50;
 constexpr int kRounds = 20;
 const RkTimePeriod kLong(0, 0, 10);
+const std::string kAnswer = "HTTP/1.0 200 OK\r\n\r\n";
+const auto Answering = ScriptedPeer::Answering;
 
-/// How many exchanges ended with which message.
-using Outcomes = std::map<std::string, int>;
-
-/// An exchange on a thread of its own, with a budget of minutes.
-class RunningGet : private RkHttpClient {
-public:
-    /// @param asked  told when the request has gone out
-    RunningGet(const std::string& url, std::latch& asked)
-        : RkHttpClient("", 0, kLong, kLong, kLong), m_asked(asked), m_thread([this, url] { Get(url); }) {}
-
-    using RkHttpClient::cancel;
-
-    std::string Outcome() {
-        m_thread.join();
-        return m_outcome;
-    }
-
-private:
+/// Tells when its request has gone out.
+struct AskingClient : RkHttpClient {
+    explicit AskingClient(std::latch& asked) : RkHttpClient("", 0, kLong, kLong, kLong), m_asked(asked) {}
     void writeRequest(const std::string& method, const std::string& data, const RkUrl& url) override {
         RkHttpClient::writeRequest(method, data, url);
         m_asked.count_down();
     }
-
-    void Get(const std::string& url) {
-        try {
-            get(RkUrl(url));
-        } catch (const RkNetworkException& e) {
-            m_outcome = e.GetMessage();
-        }
-    }
-
     std::latch& m_asked;
-    std::string m_outcome = "no failure";
-    std::thread m_thread;
 };
 
-/// Starts exchanges at once, cancels each once when all have come as far as `begun` tells, and awaits their ends.
-/// @param urlOf  by the exchange's number
-Outcomes CancelAll(const std::function<std::string(int)>& urlOf, std::latch& begun, std::latch& asked) {
-    std::list<RunningGet> gets;
-    for (int i = 0; i < kAtOnce; ++i)
-        gets.emplace_back(urlOf(i), asked);
-    begun.wait();
-    for (auto& get : gets)
-        get.cancel();
-    Outcomes outcomes;
-    for (auto& get : gets)
-        ++outcomes[get.Outcome()];
+/// Starts exchanges at once, cancels each once when all have looked up their server or even asked it, and awaits their
+/// ends. @return how many ended with which message
+std::map<std::string, int> CancelAll(RkUInt16 port, bool whenAsked) {
+    std::latch resolved(kAtOnce), asked(kAtOnce);
+    FakeResolver resolver;
+    resolver.OnLookup([&](const std::string&) { resolved.count_down(); });
+    RkDnsCache::Itself().Clear();
+    std::list<AskingClient> clients;
+    std::list<std::future<std::string>> ends;
+    for (int i = 0; i < kAtOnce; ++i) {
+        auto& client = clients.emplace_back(asked);
+        const std::string host = 'h' + std::to_string(i), url = "http://" + host + ':' + std::to_string(port) + '/';
+        resolver.Add(host, {"127.0.0.1"});
+        ends.push_back(
+            std::async(std::launch::async, [&client, url] { return MessageOf([&] { client.get(RkUrl(url)); }); }));
+    }
+    (whenAsked ? asked : resolved).wait();
+    for (auto& client : clients)
+        client.cancel();
+    std::map<std::string, int> outcomes;
+    for (auto& end : ends)
+        ++outcomes[end.get()];
     return outcomes;
 }
 
+void SayNothing(ScriptedPeer::Connection& connection) { connection.ReadAll(); }
+
 // The look-up is the last that the outside sees before the connect: the cancels come anywhere from there to the wait.
-TEST(RkHttpClientConcurrent, CancelEndsAConnectThatNobodyAnswers) {
-    StuckListener stuck;
-    FakeResolver resolver;
-    const auto urlOf = [&](int i) {
-        return "http://h" + std::to_string(i) + ':' + std::to_string(stuck.Address().GetPort()) + '/';
-    };
-    for (int i = 0; i < kAtOnce; ++i)
-        resolver.Add('h' + std::to_string(i), {"127.0.0.1"});
+TEST(RkHttpClientConcurrent, CancelEndsAConnectThatNobodyAnswersAndTheWaitForAnAnswer) {
+    const StuckListener stuck;
     const auto before = OpenDescriptors();
     for (int round = 0; round < kRounds; ++round) {
-        RkDnsCache::Itself().Clear();
-        std::latch resolved(kAtOnce), asked(kAtOnce);
-        resolver.OnLookup([&](const std::string&) { resolved.count_down(); });
-        EXPECT_EQ(CancelAll(urlOf, resolved, asked), (Outcomes{{"Error connect was canceled.", kAtOnce}}));
+        EXPECT_THAT(CancelAll(stuck.Address().GetPort(), false),
+                    ElementsAre(Pair("Error connect was canceled.", kAtOnce)));
+        EXPECT_THAT(CancelAll(ScriptedPeer(SayNothing).Port(), true),
+                    ElementsAre(Pair("Error read was canceled.", kAtOnce)));
     }
     EXPECT_EQ(OpenDescriptors(), before);
 }
 
 TEST(RkHttpClientConcurrent, CancelDuringTheLookUpIsNotLost) {
-    ScriptedPeer peer([](ScriptedPeer::Connection& connection) { connection.Write("HTTP/1.0 200 OK\r\n\r\n"); });
+    const ScriptedPeer peer(Answering(kAnswer));
     RkDnsCache::Itself().Clear();
     RkHttpClient unlimited{RkTimePeriod()};
     FakeResolver resolver;
     resolver.Add("looked-up", {"127.0.0.1"});
     resolver.OnLookup([&](const std::string&) { unlimited.cancel(); });
     const RkUrl url("http://looked-up:" + std::to_string(peer.Port()) + '/');
-    EXPECT_THAT([&] { unlimited.get(url); },
-                ::testing::ThrowsMessage<RkNetworkException>("Error connect was canceled."));
-}
-
-TEST(RkHttpClientConcurrent, CancelEndsTheWaitForAnAnswer) {
-    const auto before = OpenDescriptors();
-    for (int round = 0; round < kRounds; ++round) {
-        ScriptedPeer silent([](ScriptedPeer::Connection& connection) { connection.ReadAll(); });
-        const auto urlOf = [&](int) { return "http://" + silent.Address().ToString() + '/'; };
-        std::latch asked(kAtOnce);
-        EXPECT_EQ(CancelAll(urlOf, asked, asked), (Outcomes{{"Error read was canceled.", kAtOnce}}));
-    }
-    EXPECT_EQ(OpenDescriptors(), before);
+    EXPECT_EQ(MessageOf([&] { unlimited.get(url); }), "Error connect was canceled.");
 }
 
 TEST(RkHttpClientConcurrent, CancelEndsTheReadingOfABody) {
     ScriptedPeer peer([](ScriptedPeer::Connection& connection) {
-        connection.ReadUntil("\r\n\r\n");
-        connection.Write("HTTP/1.0 200 OK\r\n\r\n");
+        Answering(kAnswer)(connection);
         connection.ReadAll();
     });
     for (int round = 0; round < kRounds; ++round) {
@@ -130,18 +99,13 @@ TEST(RkHttpClientConcurrent, CancelEndsTheReadingOfABody) {
     }
 }
 
-void AnswerBriefly(ScriptedPeer::Connection& connection) {
-    connection.ReadUntil("\r\n\r\n");
-    connection.Write("HTTP/1.0 200 OK\r\n\r\n");
-}
-
 TEST(RkHttpClientConcurrent, CancelBetweenExchangesLeavesTheNextOneAlone) {
     std::list<RkHttpClient> clients;
     for (int i = 0; i < kAtOnce; ++i)
         clients.emplace_back("", 0, kLong, kLong, kLong);
     const auto before = OpenDescriptors();
     {
-        ScriptedPeer peer(AnswerBriefly);
+        ScriptedPeer peer(Answering(kAnswer));
         const RkUrl url("http://" + peer.Address().ToString() + '/');
         for (int round = 0; round < kRounds; ++round) {
             for (auto& client : clients)
@@ -156,7 +120,7 @@ TEST(RkHttpClientConcurrent, CancelBetweenExchangesLeavesTheNextOneAlone) {
 }
 
 TEST(RkHttpClientConcurrent, CancelAtAnyMomentClosesNothingButItsOwn) {
-    ScriptedPeer peer(AnswerBriefly);
+    ScriptedPeer peer(Answering(kAnswer));
     const RkUrl url("http://" + peer.Address().ToString() + '/');
     RkHttpClient client("", 0, kLong, kLong, kLong), bystander("", 0, kLong, kLong, kLong);
     {
