@@ -12,9 +12,7 @@
 #include "tests/support/ScriptedDevice.h"
 #include "tests/support/TempDir.h"
 
-using ::testing::HasSubstr;
-using ::testing::MatchesRegex;
-using ::testing::StartsWith;
+using testing::HasSubstr, testing::MatchesRegex, testing::StartsWith;
 namespace fs = std::filesystem;
 
 namespace {
@@ -28,7 +26,7 @@ std::string Ok(const std::string& type, const std::string& body) {
            "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
 }
 
-class RkDefaultHttpRequestHandlerTest : public ::testing::Test {
+class RkDefaultHttpRequestHandlerTest : public testing::Test {
 protected:
     RkDefaultHttpRequestHandlerTest() {
         for (const char* folder : {"www/sub", "www/htm", "www/empty", "www/fifos", "www2"})

@@ -9,9 +9,7 @@
 #include "tests/support/LambdaHandler.h"
 #include "tests/support/TextTable.h"
 
-using ::testing::ElementsAre;
-using ::testing::MatchesRegex;
-using ::testing::StartsWith;
+using testing::ElementsAre, testing::MatchesRegex, testing::StartsWith;
 
 namespace {
 
@@ -22,21 +20,17 @@ struct Recorder : RkTrace {
     std::vector<std::string> records;
 };
 
-class RkHttpRequestTest : public ::testing::Test {
+class RkHttpRequestTest : public testing::Test {
 protected:
     void Handle(LambdaHandler::Work work) { m_map.addHandler("/x", new LambdaHandler(std::move(work))); }
 
-    RkHttpRequestMap m_map{"/nowhere/"};
-};
-
-class RkHttpRequestMapTest : public RkHttpRequestTest {
-protected:
     /// A handler that writes one text; `m_living` is held by it.
     RkHttpRequestHandler* Writing(const std::string& text) {
         return new LambdaHandler([text, alive = m_living](RkHttpRequest&, RkBStream& stream) { stream << text; });
     }
     std::string Get(const std::string& name) { return Exchange(m_map, "GET " + name + " HTTP/1.0\r\n\r\n"); }
 
+    RkHttpRequestMap m_map{"/nowhere/"};
     const std::shared_ptr<int> m_living = std::make_shared<int>();
 };
 
@@ -90,13 +84,12 @@ TEST_F(RkHttpRequestTest, StopBeforeRunClosesAndRunDoesNothing) {
     EXPECT_EQ(exchange.Request().getRemoteAddresss(), RkInetAddress());
 }
 
-TEST_F(RkHttpRequestMapTest, LengthOfTheBodyIsPutBehindTheStatusLine) {
+TEST_F(RkHttpRequestTest, LengthOfTheBodyIsPutBehindTheStatusLine) {
     const std::string big(100000, 'b'), ok = "HTTP/1.0 200 OK\r\n";
     const std::tuple<std::string, std::string, int, RkUInt64> cases[] = {
         {ok + "Content-Type: t\r\n\r\nhello", ok + "Content-Length: 5\r\nContent-Type: t\r\n\r\nhello", 200, 5},
         {ok + "\r\n" + big, ok + "Content-Length: 100000\r\n\r\n" + big, 200, 100000},
-        {"A 1\r\nContent-Length: 9\r\n\r\n\r\n\r\n", "A 1\r\nContent-Length: 4\r\nContent-Length: 9\r\n\r\n\r\n\r\n", 1,
-         4},
+        {"A 1\r\nContent-Length: 9\r\n\r\n\r\n", "A 1\r\nContent-Length: 2\r\nContent-Length: 9\r\n\r\n\r\n", 1, 2},
         {"no head\r\n", "no head\r\n", 0, 9},  // without an empty line as it is
         {"", "", 0, 0},
     };
@@ -111,7 +104,7 @@ TEST_F(RkHttpRequestMapTest, LengthOfTheBodyIsPutBehindTheStatusLine) {
     }
 }
 
-TEST_F(RkHttpRequestMapTest, NamesAreComparedExactly) {
+TEST_F(RkHttpRequestTest, NamesAreComparedExactly) {
     m_map.addHandler("/status", Writing("S"));
     m_map.addHandler("/null", nullptr);
     for (const char* other : {"/Status", "status", "/status/", "/null"})
@@ -120,7 +113,7 @@ TEST_F(RkHttpRequestMapTest, NamesAreComparedExactly) {
     EXPECT_EQ(m_map.getHandler("status"), nullptr);
 }
 
-TEST_F(RkHttpRequestMapTest, OwnsItsHandlers) {
+TEST_F(RkHttpRequestTest, OwnsItsHandlers) {
     m_map.addHandler("/b", Writing("1"));
     m_map.addHandler("/a", Writing("2"));
     m_map.addHandler("/b", Writing("3"));

@@ -9,14 +9,15 @@
 #include <memory>
 #include <sstream>
 
+#include "Network/Network/RkSSLSocket.h"
 #include "tests/support/InThreads.h"
 #include "tests/support/StopLimit.h"
 #include "tests/support/TempDir.h"
+#include "tests/support/TestCertificates.h"
 #include "tests/support/TestClient.h"
 #include "tests/support/TestHttpServer.h"
 
-using ::testing::EndsWith;
-using ::testing::StartsWith;
+using testing::EndsWith, testing::StartsWith;
 
 namespace {
 
@@ -25,30 +26,32 @@ void Echo(RkHttpRequest& request, RkBStream& stream) {
     stream << "HTTP/1.0 200 OK\r\n\r\n" << '<' << request.getCgi().createCgiString(true, false, false, false) << '>';
 }
 
-class RkHttpServerTest : public ::testing::Test {
+class RkHttpServerConcurrentTest : public testing::Test {
 protected:
-    explicit RkHttpServerTest(unsigned timeout = 30) : m_server(std::make_unique<TestHttpServer>(m_dir / "", timeout)) {
-        m_server->Handle("/echo", Echo);
-    }
-    std::string Get(const std::string& name) { return Ask(m_server->Port(), "GET " + name + " HTTP/1.0\r\n\r\n"); }
+    RkHttpServerConcurrentTest() { m_server->Handle("/echo", Echo); }
 
-    TempDir m_dir;
-    std::unique_ptr<TestHttpServer> m_server;
-};
-
-/// The server of these waits for its clients as long as they like.
-class RkHttpServerConcurrentTest : public RkHttpServerTest {
-protected:
-    RkHttpServerConcurrentTest() : RkHttpServerTest(0) {}
+    std::string Get(const std::string& name) { return GetSoon(name).get(); }
     std::future<std::string> GetSoon(const std::string& name) {
-        return std::async(std::launch::async,
-                          [port = m_server->Port(), name] { return Ask(port, "GET " + name + "\r\n\r\n"); });
+        return std::async(std::launch::async, Ask, m_server->Port(), "GET " + name + "\r\n\r\n");
+    }
+    /// Clients that leave off where a beginning ends; the server has accepted them all.
+    void Stall(const std::vector<std::string>& beginnings) {
+        while (m_stalled.size() < 300) {
+            m_stalled.push_back(std::make_unique<TestClient>(m_server->Port()));
+            m_stalled.back()->Write(beginnings[m_stalled.size() % beginnings.size()]);
+        }
+        while (m_server->GetAcceptedCount() < 300 || m_server->GetQueuedWork() > 0)
+            std::this_thread::yield();
     }
     auto TimeToDestroy() {
         const auto before = std::chrono::steady_clock::now();
         m_server.reset();
         return std::chrono::steady_clock::now() - before;
     }
+
+    const TempDir m_dir;
+    std::unique_ptr<TestHttpServer> m_server = std::make_unique<TestHttpServer>(m_dir / "", 30);
+    std::vector<std::unique_ptr<TestClient>> m_stalled;
 };
 
 const std::string NOT_FOUND = "HTTP/1.0 404 Not Found\r\n", ECHOED = "HTTP/1.0 200 OK\r\nContent-Length: 2\r\n\r\n<>";
@@ -63,12 +66,12 @@ TEST(RkHttpServerStartTest, ConstructionIsStartAndPortZeroIsAnyPort) {
     EXPECT_THAT(Ask(server.GetLocalAddress().GetPort(), "GET / HTTP/1.0\r\n\r\n"), StartsWith(NOT_FOUND));
 }
 
-TEST_F(RkHttpServerTest, WideNamesAreRegisteredInUtf8) {
+TEST_F(RkHttpServerConcurrentTest, WideNamesAreRegisteredInUtf8) {
     m_server->addHandler(std::wstring(L"/caf\u00e9"), new LambdaHandler(Echo));
     EXPECT_EQ(Get("/caf%C3%A9"), ECHOED);
 }
 
-TEST_F(RkHttpServerTest, FilesOfEverySizeArriveWhole) {
+TEST_F(RkHttpServerConcurrentTest, FilesOfEverySizeArriveWhole) {
     for (const unsigned size : {0U, 1U, 1024U, 32767U, 32768U, 65537U, 1048575U, 1048576U, 10485761U}) {
         std::string text(size, 'x');
         for (unsigned i = 0; i < size; i += 7)
@@ -79,7 +82,7 @@ TEST_F(RkHttpServerTest, FilesOfEverySizeArriveWhole) {
     }
 }
 
-TEST_F(RkHttpServerTest, HostileHeadsGetTheirAnswerAndTheNextClientIsServed) {
+TEST_F(RkHttpServerConcurrentTest, HostileHeadsGetTheirAnswerAndTheNextClientIsServed) {
     const std::string line(131072, 'v'), bytes("\0\x80\xff", 3), get = "GET /echo HTTP/1.0\r\n",
                                                                  post = "POST /echo HTTP/1.0\r\nContent-Length: ";
     std::string endless = get;
@@ -101,14 +104,14 @@ TEST_F(RkHttpServerTest, HostileHeadsGetTheirAnswerAndTheNextClientIsServed) {
     }
 }
 
-TEST_F(RkHttpServerTest, ByteAtATimeIsARequestToo) {
+TEST_F(RkHttpServerConcurrentTest, ByteAtATimeIsARequestToo) {
     TestClient client(m_server->Port());
     for (const char byte : std::string("POST /echo?a=1 HTTP/1.0\r\nContent-Length: 3\r\n\r\nb=2"))
         client.Write(std::string(1, byte));
     EXPECT_THAT(client.ReadAll(), EndsWith("\r\n\r\n<a=1&b=2>"));
 }
 
-TEST_F(RkHttpServerTest, PeersThatEndEarlyAreAnsweredOrForgotten) {
+TEST_F(RkHttpServerConcurrentTest, PeersThatEndEarlyAreAnsweredOrForgotten) {
     TestClient half(m_server->Port());
     half.Write("GET /echo HTTP/1.0\r\nA: ");
     half.ShutdownWrite();
@@ -122,16 +125,30 @@ TEST_F(RkHttpServerTest, PeersThatEndEarlyAreAnsweredOrForgotten) {
 }
 
 TEST_F(RkHttpServerConcurrentTest, StalledClientsDoNotHoldUpDestruction) {
+    m_server = std::make_unique<TestHttpServer>(m_dir / "");  // waits for its clients as long as they like
     std::ofstream(m_dir / "large") << std::string(8 << 20, 'x');
-    std::vector<std::unique_ptr<TestClient>> clients;
-    const char* const beginnings[] = {"", "GET /par", "GET /large\r\n\r\n",
-                                      "POST /x\r\nContent-Length: 100\r\n\r\nhalf"};
-    for (int i = 0; i < 300; ++i) {
-        clients.push_back(std::make_unique<TestClient>(m_server->Port()));
-        clients.back()->Write(beginnings[i % 4]);
-    }
-    while (m_server->GetAcceptedCount() < 300 || m_server->GetQueuedWork() > 0)
-        std::this_thread::yield();
+    Stall({"", "GET /par", "GET /large\r\n\r\n", "POST /x\r\nContent-Length: 100\r\n\r\nhalf"});
+    EXPECT_LT(TimeToDestroy(), STOP_LIMIT);
+}
+
+TEST_F(RkHttpServerConcurrentTest, SilentTlsClientsNeitherStopTheServiceNorTheEnd) {
+    struct TlsFactory : RkTcpSocketFactory {
+        explicit TlsFactory(const TempDir& dir) : m_dir(dir) {}
+        RkTcpSocket* CreateSocket() override { return new RkSSLSocket(m_dir / "tls.key", m_dir / "tls.pem", true); }
+        const TempDir& m_dir;
+    };
+    MakeSelfSigned().Write(m_dir / "tls");
+    std::ofstream(m_dir / "page.txt") << "over TLS\n";
+    m_server = std::make_unique<TestHttpServer>(m_dir / "", 30, new TlsFactory(m_dir));
+    Stall({""});
+    RkSSLSocket client(m_dir / "tls.key", m_dir / "tls.pem", true);
+    client.Connect(m_server->GetLocalAddress());
+    RkBStream stream(client);
+    (stream << "GET /page.txt HTTP/1.0\r\n\r\n").Flush();
+    std::string answer;
+    stream.ReadString(answer, 1000);
+    EXPECT_THAT(answer, EndsWith("\r\n\r\nover TLS\n"));
+    client.Close();
     EXPECT_LT(TimeToDestroy(), STOP_LIMIT);
 }
 
