@@ -12,8 +12,6 @@
 using testing::ElementsAre;
 using Texts = std::vector<std::string>;
 
-namespace {
-
 /// A stream over a device with a script.
 struct Scripted {
     explicit Scripted(std::deque<std::string> script = {}, size_t chunk = 100000) : device(std::move(script)) {
@@ -34,14 +32,6 @@ struct Scripted {
     RkBStream stream{device};
     std::string text;
 };
-
-struct Recorder : public RkTrace {
-    bool IsEnabled() const override { return records.size() < 3; }
-    void Write(const std::string& record) override { records.push_back(record); }
-    Texts records;
-};
-
-}  // namespace
 
 TEST(RkBStreamTest, SplitsLinesHoweverTheyArrive) {
     const std::pair<std::string, Texts> cases[] = {
@@ -99,9 +89,9 @@ TEST(RkBStreamTest, ReadsStringsOfAnExactLength) {
         EXPECT_FALSE(peer.stream.ReadString(peer.text, SSIZE_MAX));  // room grows with what arrives
         EXPECT_EQ(peer.text, "tail");
     }
-    Scripted negative({"text"});
-    EXPECT_FALSE(negative.stream.ReadString(negative.text, static_cast<size_t>(-5)));
-    EXPECT_EQ(negative.device.reads, 0);
+    Scripted peer({"text"});
+    EXPECT_FALSE(peer.stream.ReadString(peer.text, static_cast<size_t>(-5)));
+    EXPECT_EQ(peer.device.reads, 0);
 }
 
 TEST(RkBStreamTest, SmallWritesLeaveTogetherAndLargeOnesUncopied) {
@@ -152,8 +142,12 @@ TEST(RkBStreamTest, AbortFailsAllButReset) {
 }
 
 TEST(RkBStreamTraceTest, RecordsWhatPassesWhileEnabled) {
+    struct : RkTrace {
+        bool IsEnabled() const override { return records.size() < 3; }
+        void Write(const std::string& record) override { records.push_back(record); }
+        Texts records;
+    } trace;
     ScriptedDevice device({"line\r\nstring"});
-    Recorder trace;
     RkBStreamTrace stream(device, trace);
     std::string text;
     EXPECT_TRUE(stream.ReadLine(text, 10) && stream.ReadString(text, 6));

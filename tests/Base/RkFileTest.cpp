@@ -11,13 +11,12 @@
 #include "tests/support/TempDir.h"
 
 namespace fs = std::filesystem;
-using testing::Property;
-using testing::Throws;
+using testing::Property, testing::Throws;
 
 namespace {
 
 /// A folder with a file in it.
-class RkFileTest : public ::testing::Test {
+class RkFileTest : public testing::Test {
 protected:
     RkFileTest() { std::ofstream(m_file) << "0123456789"; }
 
@@ -97,9 +96,7 @@ TEST_F(RkFileTest, AnswersQuestionsWithoutThrowing) {
 
 TEST(RkPathTest, JoinsWithOneSlashAndKnowsTheExtension) {
     EXPECT_EQ((RkPath("/srv//") + "/.profile").GetText(), "/srv/.profile");
-    EXPECT_EQ((RkPath("/") + "x").GetText(), "/x");
-    EXPECT_EQ((RkPath() + "/x").GetText(), "/x");
-    EXPECT_EQ(RkPath("/srv/.profile").GetExtension(), "profile");
-    EXPECT_EQ(RkPath("x.tar.GZ").GetExtension(), "GZ");
-    EXPECT_EQ(RkPath("/a.b/c").GetExtension(), "");
+    EXPECT_EQ((RkPath("/") + "x").GetText() + (RkPath() + "/y").GetText(), "/x/y");
+    for (const auto& [path, extension] : {std::pair("/srv/.profile", "profile"), {"x.tar.GZ", "GZ"}, {"/a.b/c", ""}})
+        EXPECT_EQ(RkPath(path).GetExtension(), extension);
 }

@@ -4,8 +4,6 @@
 
 #include <thread>
 
-namespace {
-
 TEST(RkSmartPointerTest, DeletesThroughTheVirtualDestructorWithTheLastCopyInAnyThread) {
     struct Base {
         virtual ~Base() = default;
@@ -29,5 +27,3 @@ TEST(RkSmartPointerTest, DeletesThroughTheVirtualDestructorWithTheLastCopyInAnyT
     EXPECT_EQ(living, 1);
     EXPECT_NE(first.get(), nullptr);
 }
-
-}  // namespace

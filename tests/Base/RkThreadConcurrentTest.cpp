@@ -9,8 +9,6 @@
 #include "tests/support/CapturingSink.h"
 #include "tests/support/LambdaRunnable.h"
 
-namespace {
-
 TEST(RkThreadTest, LetsEveryWaiterGoWhenItEndsAndNobodyWaitsForOneThatDoesNotRun) {
     std::latch mayEnd(1);
     LambdaRunnable work([&] { mayEnd.wait(); });
@@ -77,5 +75,3 @@ TEST(RkThreadTest, ShutdownOutlivesAThreadThatDestroysItself) {
     EXPECT_EQ(stops, 11);
     EXPECT_THAT(group.GetThreads(), testing::IsEmpty());
 }
-
-}  // namespace

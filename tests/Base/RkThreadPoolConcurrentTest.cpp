@@ -15,8 +15,6 @@
 
 namespace {
 
-using testing::Contains;
-
 class RkThreadPoolTest : public ::testing::Test {
 protected:
     void Make(int maxSize, int startSize, int poolWaitTime = 0, const RkTimePeriod& idle = RkTimePeriod(),
@@ -189,7 +187,7 @@ TEST_F(RkThreadPoolTest, RunsOnThreadsOfItsFactoryAndTriesAgainWhenThereIsNone) 
     EXPECT_EQ(m_pool->GetTotal(), 0);
     Block(1);
     EXPECT_EQ(factory.calls, 3);
-    EXPECT_THAT(log->Messages(), Contains("Exception left the start of a pool thread: not yet"));
+    EXPECT_THAT(log->Messages(), testing::Contains("Exception left the start of a pool thread: not yet"));
     m_pool.reset();
 }
 

@@ -13,9 +13,7 @@
 namespace {
 
 using namespace kstr::diag;
-using ::testing::ElementsAre;
-using ::testing::FieldsAre;
-using ::testing::StrEq;
+using testing::ElementsAre, testing::FieldsAre, testing::StrEq;
 
 TEST(RkLoggerTest, TheNearestNameWithALevelDecides) {
     RkLogger::setLevel("A.B", LV_DEBUG);
