@@ -116,6 +116,8 @@ TEST_F(ReverseDnsCacheTest, RemembersNamesAndTheirAbsence) {
     EXPECT_EQ(m_cache.GetHostname("192.0.2.1"), "one.example");
     EXPECT_EQ(m_resolver.TotalLookups(), 2);
     EXPECT_EQ(m_cache.GetCounters().hits, 3u);
+    EXPECT_FALSE(m_cache.Clear());
+    EXPECT_EQ(m_cache.GetCounters().count, 0u);
 }
 
 TEST_F(ReverseDnsCacheTest, RemembersWhateverTheResolverThrowsAsNoName) {

@@ -9,8 +9,10 @@
 #include <latch>
 #include <semaphore>
 
+#include "Network/Network/RkNetworkException.h"
 #include "Network/Network/RkTcpConnection.h"
 #include "tests/support/CapturingSink.h"
+#include "tests/support/OpenDescriptors.h"
 #include "tests/support/ServerReport.h"
 #include "tests/support/TestClient.h"
 
@@ -93,17 +95,25 @@ TEST(RkTcpServerTest, FailedBindIsToldUnderThePortAskedForAndPostsNoEnd) {
     first.Bind(bound, 5);
     first.Bind(other, 5);  // it is bound already
     const RkUInt16 port = first.GetLocalAddress().GetPort();
-    const LogCapture log(LV_INFO);
-    TestServer second(port, 50);
-    ::testing::internal::CaptureStderr();
-    second.Run();
-    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "TCPServer failed to bind to port: Bind failed: 98\n");
+    bound.SetPort(port);
     const CapturingSink::Record started{LV_INFO, LOGGER + std::to_string(port), "Server thread started"};
     const CapturingSink::Record failed{LV_ERROR, started.logger, "Failed to bind to port"};
-    EXPECT_THAT(log->Records(), ElementsAre(started, failed));
-    const auto before = std::chrono::steady_clock::now();
-    second.Stop();
-    EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(50));
+    for (const bool ownBind : {true, false}) {
+        const LogCapture log(LV_INFO);
+        TestServer second(ownBind ? port : 0, 50);
+        const auto descriptors = OpenDescriptors();
+        if (!ownBind) {
+            EXPECT_THROW(second.Bind(bound, 5), RkNetworkException);
+        }
+        ::testing::internal::CaptureStderr();
+        second.Run();  // tries an address that was bound in vain once more
+        EXPECT_EQ(::testing::internal::GetCapturedStderr(), "TCPServer failed to bind to port: Bind failed: 98\n");
+        EXPECT_THAT(log->Records(), ElementsAre(started, failed));
+        EXPECT_EQ(OpenDescriptors(), descriptors);
+        const auto before = std::chrono::steady_clock::now();
+        second.Stop();
+        EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(50));
+    }
 }
 
 TEST(RkTcpServerTest, CountsWhomItServedAndWhomItRefused) {
