@@ -32,11 +32,11 @@ public:
     /// Leases a connection; whoever leases it connects it (a used one is connected already).
     /// @param timeout  how long to wait while all are out; zero only looks
     /// Throws RkBasicConnectionException when none came free in time, or none could be made: the place that the latter had
-    /// taken stays taken (kept; test AFailedFactoryKeepsItsPlace).
+    /// taken stays taken (kept; test NullAFailedFactoryAndClearingGiveNoPlaceBack).
     RkBasicConnection* Get(const RkTimePeriod& timeout);
 
     /// Ends a lease.
-    /// @param connection  what Get gave. Null gives no place back (kept; test NullGivesNoPlaceBack).
+    /// @param connection  what Get gave. Null gives no place back (kept; test NullAFailedFactoryAndClearingGiveNoPlaceBack).
     /// @param kill        true: close and delete it instead of keeping it; an exception of its Close comes through then,
     ///                    after it has been deleted and its place given back
     void Done(RkBasicConnection* connection, bool kill);

@@ -120,7 +120,7 @@ public:
     void GetV6Address(RkInetAddress& addr) const;
 
     /// Writes the IPv4 form into `addr`, port kept. Only mapped addresses have one, the others throw: :: and ::1 too,
-    /// although PromoteToV6 makes them (kept; test OnlyMappedAddressesGoBackToV4).
+    /// although PromoteToV6 makes them (kept; test RefusesToSqueezeIPv6IntoIPv4Shapes).
     void GetV4Address(RkInetAddress& addr) const;
 
     /// Whether this is an IPv6 address that is ffff:a.b.c.d behind 80 zero bits.
@@ -160,7 +160,7 @@ public:
     static void GetAllAddresses(const std::string& name, RkInetAddress*& addrs, int& addrCount, bool v4Only);
 
     /// Whether a text is a numeric address: for inet_addr or, as IPv6, for inet_pton. IPv4-mapped addresses and :: come out
-    /// as IPv4 here, unlike in SetFromString (test NumericTestDemotesButSetFromStringDoesNot). The port becomes 0.
+    /// as IPv4 here, unlike in SetFromString (test DemotesMappedAndAnyAddressesOnly). The port becomes 0.
     static bool CheckForNumeric(const std::string& name, RkInetAddress& ipAddress);
 
     /// The local host's address, looked up at the first call and kept: later calls get it whatever their `v4Only`.
@@ -168,7 +168,7 @@ public:
     static RkInetAddress& MyAddress(bool v4Only);
 
     /// MurmurHash3_x86_32, seed 0xDEADBEEF, over the address bytes: neither port nor family. An IPv4 address and its
-    /// IPv6 form are equal and still hash differently (kept; test MappedFormsAreEqualAndHashDifferently).
+    /// IPv6 form are equal and still hash differently (kept; test OrdersByAddressThenPortAcrossFamilies).
     RkUInt32 Hash() const;
     static RkUInt32 Hash(const RkInetAddress& addr) { return addr.Hash(); }
 

@@ -25,7 +25,7 @@ public:
     RkTcpSocket(const RkTcpSocket& sock);
 
     /// Takes the handle alone: both objects then name one descriptor, which one of them must close. This is how an
-    /// accepted handle is handed on (test CopyHasNoHandleAndAssignmentSharesIt).
+    /// accepted handle is handed on (test CopyHasNoHandleAndResetAlwaysReusesTheAddress).
     RkTcpSocket& operator=(const RkTcpSocket& sock);
 
     ~RkTcpSocket() override;
@@ -41,7 +41,7 @@ public:
 
     ssize_t Read(char* buff, size_t bytes, const RkTimePeriod& timeout) override;
 
-    /// Closes, then opens with SO_REUSEADDR on whatever the constructor was told (kept; test ResetAlwaysReusesTheAddress).
+    /// Closes, then opens, always with SO_REUSEADDR (kept; test CopyHasNoHandleAndResetAlwaysReusesTheAddress).
     void Reset() override;
 
     /// Sends what there is room for; where there is none at once it waits for some, at most `timeout` (zero: without limit).

@@ -2,11 +2,10 @@
 
 #include <algorithm>
 #include <atomic>
-#include <thread>
-#include <vector>
 
 #include "Network/Network/RkBasicConnectionPool.h"
 #include "Network/Network/RkBasicConnectionRef.h"
+#include "tests/support/InThreads.h"
 
 namespace {
 
@@ -50,13 +49,10 @@ TEST(RkBasicConnectionPoolConcurrent, NeverLetsMoreThanTheMaximumOutNorOneToTwoH
         if (turn % 100 == 0)
             pool.CleanUp();
     };
-    std::vector<std::jthread> threads;
-    for (int i = 0; i < kThreads; ++i)
-        threads.emplace_back([&] {
-            for (int turn = 0; turn < kLeases / kThreads; ++turn)
-                lease(turn);
-        });
-    threads.clear();
+    InThreads(kThreads, [&](int) {
+        for (int turn = 0; turn < kLeases / kThreads; ++turn)
+            lease(turn);
+    });
     EXPECT_EQ(most, kMaximum);
     EXPECT_EQ(HeldConnection::s_mostAlive, kMaximum);
     EXPECT_EQ(shared, 0);

@@ -1,10 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <latch>
-#include <thread>
-#include <vector>
 
 #include "Network/Url/RkVisitHit.h"
+#include "tests/support/InThreads.h"
 
 namespace {
 
@@ -24,14 +23,6 @@ TEST(RkVisitHitConcurrentTest, CountsExactlyWhileACallBackComesAndGoes) {
     RkVisitHit::ClearLastVisit();  // of an earlier repetition
     std::atomic<long> visits{0}, hits{0}, contextHits{0};
     std::latch begin(THREADS);
-    std::vector<std::jthread> threads;
-    for (int id = 0; id < THREADS; ++id)
-        threads.emplace_back([&, id] {
-            std::string user = "user" + std::to_string(id), page = "http://h/", image = "http://h/a.gif";
-            begin.arrive_and_wait();
-            for (int i = 0; i < REQUESTS; ++i)
-                ++(RkVisitHit::CalcIsVisit(user, i % 4 == 0 ? page : image, 1000, 0, 0, &contextHits) ? visits : hits);
-        });
     std::jthread registrar([&](const std::stop_token& stop) {
         while (!stop.stop_requested()) {
             enabled = true;
@@ -40,7 +31,12 @@ TEST(RkVisitHitConcurrentTest, CountsExactlyWhileACallBackComesAndGoes) {
             enabled = false;
         }
     });
-    threads.clear();
+    InThreads(THREADS, [&](int id) {
+        std::string user = "user" + std::to_string(id), page = "http://h/", image = "http://h/a.gif";
+        begin.arrive_and_wait();
+        for (int i = 0; i < REQUESTS; ++i)
+            ++(RkVisitHit::CalcIsVisit(user, i % 4 == 0 ? page : image, 1000, 0, 0, &contextHits) ? visits : hits);
+    });
     registrar = {};
     EXPECT_EQ(visits, THREADS * REQUESTS / 4);
     EXPECT_EQ(hits, THREADS * REQUESTS * 3 / 4);
