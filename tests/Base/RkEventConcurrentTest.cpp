@@ -9,8 +9,6 @@
 #include "Base/RkEvent.h"
 #include "Base/RkSemLock.h"
 
-namespace {
-
 const RkTimePeriod FOREVER = RkTimePeriod::FromMicroSeconds(std::numeric_limits<std::int64_t>::max());
 const RkTimePeriod PAST = RkTimePeriod::FromMicroSeconds(std::numeric_limits<std::int64_t>::min());
 const RkTimePeriod SHORT[] = {RkTimePeriod(), PAST, RkTimePeriod(0, 0, 0, 0, 1)};
@@ -56,5 +54,3 @@ TEST(RkSemLockTest, LetsItsHolderInAgainAndOthersOnlyAfterTheLastScope) {
     other.join();
     EXPECT_EQ(value, 42);
 }
-
-}  // namespace

@@ -13,19 +13,14 @@
 namespace fs = std::filesystem;
 using testing::Property, testing::Throws;
 
-namespace {
-
 /// A folder with a file in it.
-class RkFileTest : public testing::Test {
-protected:
+struct RkFileTest : testing::Test {
     RkFileTest() { std::ofstream(m_file) << "0123456789"; }
 
     const TempDir m_dir;
     const std::string m_folder = fs::canonical(m_dir / "").string() + "/";
     const std::string m_file = m_folder + "file";
 };
-
-}  // namespace
 
 TEST_F(RkFileTest, OpensAsItsModeSays) {
     const std::pair<const char*, RkUInt64> cases[] = {{"r+", 10}, {"rb", 10}, {"ab", 13},

@@ -12,8 +12,6 @@
 #include <optional>
 #include <thread>
 
-namespace {
-
 /// While it lives, another thread interrupts the calls of this one with signals, and after twenty of them calls `then`.
 class Interruptions {
 public:
@@ -50,8 +48,6 @@ struct Pipe {
 };
 
 SOCKET MakeSocket() { return ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0); }
-
-}  // namespace
 
 TEST(RkIOConcurrentTest, AnInterruptedWaitLastsItsWholeTime) {
     const Pipe pipe;

@@ -13,10 +13,7 @@
 #include "tests/support/CapturingSink.h"
 #include "tests/support/LambdaRunnable.h"
 
-namespace {
-
-class RkThreadPoolTest : public ::testing::Test {
-protected:
+struct RkThreadPoolTest : testing::Test {
     void Make(int maxSize, int startSize, int poolWaitTime = 0, const RkTimePeriod& idle = RkTimePeriod(),
               RkPooledThreadFactory* factory = nullptr) {
         m_pool = std::make_unique<RkThreadPool>(maxSize, startSize, true, poolWaitTime, idle, factory);
@@ -190,5 +187,3 @@ TEST_F(RkThreadPoolTest, RunsOnThreadsOfItsFactoryAndTriesAgainWhenThereIsNone) 
     EXPECT_THAT(log->Messages(), testing::Contains("Exception left the start of a pool thread: not yet"));
     m_pool.reset();
 }
-
-}  // namespace

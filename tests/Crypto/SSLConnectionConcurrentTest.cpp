@@ -17,13 +17,8 @@
 #include "tests/support/MessageOf.h"
 #include "tests/support/TestCertificates.h"
 
-using kstr::Crypto::SSLConnection;
-using kstr::Crypto::SSLContext;
-using kstr::Crypto::X509StoreContext;
-using ::testing::HasSubstr;
-using ::testing::StartsWith;
-
-namespace {
+using kstr::Crypto::SSLConnection, kstr::Crypto::SSLContext, kstr::Crypto::X509StoreContext;
+using testing::HasSubstr, testing::StartsWith;
 
 std::unique_ptr<SSLContext> NewContext() {
     auto context = SSLContext::Create(SSLContext::Method::TLSV12);
@@ -39,10 +34,7 @@ std::unique_ptr<SSLContext> ServerContext(TestCertificate::Kind kind = TestCerti
     return context;
 }
 
-}  // namespace
-
-class SSLConnectionConcurrentTest : public ::testing::Test {
-protected:
+struct SSLConnectionConcurrentTest : testing::Test {
     ~SSLConnectionConcurrentTest() override { Close(); }
 
     /// Makes two sessions, not yet connected, over a fresh pair of sockets.

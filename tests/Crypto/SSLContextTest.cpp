@@ -11,11 +11,9 @@
 #include "tests/support/TempDir.h"
 #include "tests/support/TestCertificates.h"
 
-using kstr::BasicException;
-using kstr::Crypto::SSLContext;
+using kstr::BasicException, kstr::Crypto::SSLContext;
 
-class SSLContextTest : public ::testing::Test {
-protected:
+struct SSLContextTest : testing::Test {
     SSLContextTest() { MakeSelfSigned().Write(m_dir / "ec"); }
     /// The object of OpenSSL behind a context.
     static const SSL_CTX* Behind(const SSLContext& context) {

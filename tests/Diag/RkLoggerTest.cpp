@@ -10,10 +10,8 @@
 #include "Diag/RkLogStream.h"
 #include "tests/support/CapturingSink.h"
 
-namespace {
-
-using namespace kstr::diag;
 using testing::ElementsAre, testing::FieldsAre, testing::StrEq;
+using namespace kstr::diag;
 
 TEST(RkLoggerTest, TheNearestNameWithALevelDecides) {
     RkLogger::setLevel("A.B", LV_DEBUG);
@@ -95,12 +93,10 @@ TEST(RkLoggerTest, AStatementMayBeUnwoundByForce) {
 
 TEST(RkLoggerTest, StandardErrorGetsALineWithoutWhatHarmsATerminal) {
     RkLogger logger("Screen");
-    ::testing::internal::CaptureStderr();
+    testing::internal::CaptureStderr();
     DIAG_LOG(logger, LV_ERROR, "bind failed: \x1b[2J" << 13 << '\0');
     DIAG_LOG(logger, LV_INFO, "not a word");
     EXPECT_THAT(
-        ::testing::internal::GetCapturedStderr(),
-        ::testing::MatchesRegex("[0-9]+-[0-9]+-[0-9]+ [0-9:.]+ error \\[[0-9]+\\] Screen: bind failed: \\?\\[2J13\n"));
+        testing::internal::GetCapturedStderr(),
+        testing::MatchesRegex("[0-9]+-[0-9]+-[0-9]+ [0-9:.]+ error \\[[0-9]+\\] Screen: bind failed: \\?\\[2J13\n"));
 }
-
-}  // namespace

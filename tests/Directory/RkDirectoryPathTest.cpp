@@ -7,8 +7,6 @@
 #include "Network/Directory/RkWorkstation.h"
 #include "tests/support/TextTable.h"
 
-namespace {
-
 RkDirectoryPath Path(const std::string& text) { return RkWString::FromUtf8(text); }
 
 /// "type;server;domain;end;key".
@@ -83,5 +81,3 @@ TEST(RkDirectoryPrincipalsTest, NameTheEndOfTheirPath) {
     EXPECT_TRUE(staff == RkGroup(L"LDAP", L"other", L"DC=CORP", L"Staff"));
     EXPECT_TRUE(staff < RkGroup(L"LDAP://DC=corp/staff2"));
 }
-
-}  // namespace

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-namespace {
-
 using namespace std::string_literals;
 
 std::string Encoded(const std::string& data) {
@@ -30,5 +28,3 @@ TEST(OldBase64DecoderTest, DecodesFaithfullyOnlySevenBitText) {
     EXPECT_EQ(Decoded("QU!D"), "A@\x03");               // a foreign character counts as 0
     EXPECT_EQ(Decoded("QUJD\r\n"), "ABC\0"s);           // line breaks alone are one more group
 }
-
-}  // namespace

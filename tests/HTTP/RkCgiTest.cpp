@@ -9,8 +9,6 @@
 #include "tests/support/ScriptedDevice.h"
 #include "tests/support/TextTable.h"
 
-namespace {
-
 RkCgi Parsed(const std::string& query) {
     RkCgi cgi;
     EXPECT_TRUE(cgi.parseData(query));
@@ -34,7 +32,7 @@ TEST(RkCgiTest, FindsValuesByExactName) {
     const RkCgi cgi = Parsed("a=1&b=2&a=3&A=4");
     std::vector<std::string> values{"before"};
     cgi.getAllValues("a", values);
-    EXPECT_THAT(values, ::testing::ElementsAre("before", "1", "3"));
+    EXPECT_THAT(values, testing::ElementsAre("before", "1", "3"));
     EXPECT_EQ(cgi.getFirstValue("a") + cgi.getFirstValue("c"), "1");
     EXPECT_FALSE(cgi.isValueEncrypted("b") || cgi.isValueEncrypted("c"));
 }
@@ -80,5 +78,3 @@ TEST(RkCgiTest, ReadsBodiesOfBoundedLength) {
         EXPECT_EQ(device.reads > 0, taken) << length;
     }
 }
-
-}  // namespace

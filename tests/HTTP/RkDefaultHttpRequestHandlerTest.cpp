@@ -15,8 +15,6 @@
 using testing::HasSubstr, testing::MatchesRegex, testing::StartsWith;
 namespace fs = std::filesystem;
 
-namespace {
-
 const std::string NOT_FOUND =
     "HTTP/1.0 404 Not Found\r\nContent-Type: text/html\r\n\r\n<HTML><HEAD><TITLE>HTTP 404 File not found</TITLE></HEAD>"
     "<BODY TEXT=BLACK BGCOLOR=WHITE>The requested file was not found</BODY></HTML>";
@@ -26,8 +24,7 @@ std::string Ok(const std::string& type, const std::string& body) {
            "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
 }
 
-class RkDefaultHttpRequestHandlerTest : public testing::Test {
-protected:
+struct RkDefaultHttpRequestHandlerTest : testing::Test {
     RkDefaultHttpRequestHandlerTest() {
         for (const char* folder : {"www/sub", "www/htm", "www/empty", "www/fifos", "www2"})
             fs::create_directories(m_dir / folder);
@@ -46,8 +43,6 @@ protected:
 
     TempDir m_dir;
 };
-
-}  // namespace
 
 TEST_F(RkDefaultHttpRequestHandlerTest, ExtensionChoosesTheType) {
     std::istringstream rows(
@@ -115,9 +110,9 @@ TEST_F(RkDefaultHttpRequestHandlerTest, FileThatMayNotBeReadGetsAHeadAlone) {
     fs::permissions(m_dir / "", fs::perms(0755));
     fs::permissions(m_dir / "www/index.html", fs::perms::none);
     const bool isRoot = ::geteuid() == 0 && ::seteuid(65534) == 0;
-    ::testing::internal::CaptureStdout();
+    testing::internal::CaptureStdout();
     const std::string answer = Get("/index.html");
-    const std::string told = ::testing::internal::GetCapturedStdout();
+    const std::string told = testing::internal::GetCapturedStdout();
     ASSERT_TRUE(!isRoot || ::seteuid(0) == 0);
     EXPECT_EQ(answer, "HTTP/1.0 200 OK\r\nContent-Type: text/html\r\nContent-Length: 14\r\n\r\n");
     EXPECT_THAT(told, MatchesRegex("Caught RkException: Cannot open '.*Permission denied\n"));
@@ -134,9 +129,9 @@ TEST_F(RkDefaultHttpRequestHandlerTest, HugeFileHasA32BitLength) {
             }
         } device;
         RkBStream stream(device);
-        ::testing::internal::CaptureStdout();
+        testing::internal::CaptureStdout();
         RkDefaultHttpRequestHandler("").sendFile(m_dir / "secret", stream);
-        EXPECT_THAT(::testing::internal::GetCapturedStdout(), StartsWith("Caught RkException: "));
+        EXPECT_THAT(testing::internal::GetCapturedStdout(), StartsWith("Caught RkException: "));
         EXPECT_THAT(device.writes.at(0), HasSubstr("\r\nContent-Length: " + std::string(length) + "\r\n\r\n"));
     }
 }
@@ -148,8 +143,8 @@ TEST_F(RkDefaultHttpRequestHandlerTest, PeerThatIsGoneIsToldOnStandardOutput) {
         HttpExchange exchange(map);
         exchange.Send("GET " + std::string(name) + " HTTP/1.0\r\n\r\n");
         exchange.ClosePeer();
-        ::testing::internal::CaptureStdout();
+        testing::internal::CaptureStdout();
         exchange.Request().Run();
-        EXPECT_THAT(::testing::internal::GetCapturedStdout(), StartsWith("Caught RkException: ")) << name;
+        EXPECT_THAT(testing::internal::GetCapturedStdout(), StartsWith("Caught RkException: ")) << name;
     }
 }

@@ -15,8 +15,6 @@
 
 using testing::ElementsAre, testing::Pair;
 
-namespace {
-
 constexpr int kAtOnce = 50;
 constexpr int kRounds = 20;
 const RkTimePeriod kLong(0, 0, 10);
@@ -138,5 +136,3 @@ TEST(RkHttpClientConcurrent, CancelAtAnyMomentClosesNothingButItsOwn) {
     }
     EXPECT_NO_THROW(client.get(url));
 }
-
-}  // namespace

@@ -9,8 +9,6 @@
 #include "Network/Network/RkNetworkException.h"
 #include "tests/support/ScriptedPeer.h"
 
-namespace {
-
 using testing::EndsWith, testing::StartsWith;
 
 const RkTimePeriod kNone;
@@ -183,5 +181,3 @@ TEST(RkHttpClient, AStreamThatIsMissingOrFailsIsANetworkException) {
     client.getStream().Abort();
     EXPECT_THROW(write(), RkNetworkException);
 }
-
-}  // namespace

@@ -11,8 +11,6 @@
 
 using testing::ElementsAre, testing::MatchesRegex, testing::StartsWith;
 
-namespace {
-
 struct Recorder : RkTrace {
     bool IsEnabled() const override { return enabled; }
     void Write(const std::string& record) override { records.push_back(record); }
@@ -20,8 +18,7 @@ struct Recorder : RkTrace {
     std::vector<std::string> records;
 };
 
-class RkHttpRequestTest : public testing::Test {
-protected:
+struct RkHttpRequestTest : testing::Test {
     void Handle(LambdaHandler::Work work) { m_map.addHandler("/x", new LambdaHandler(std::move(work))); }
 
     /// A handler that writes one text; `m_living` is held by it.
@@ -33,8 +30,6 @@ protected:
     RkHttpRequestMap m_map{"/nowhere/"};
     const std::shared_ptr<int> m_living = std::make_shared<int>();
 };
-
-}  // namespace
 
 TEST_F(RkHttpRequestTest, FormBodyIsReadAsFarAsItsLengthIsSound) {
     Handle([](RkHttpRequest& request, RkBStream& stream) {

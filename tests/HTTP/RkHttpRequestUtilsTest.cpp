@@ -6,8 +6,6 @@
 #include "tests/support/ScriptedDevice.h"
 #include "tests/support/TextTable.h"
 
-namespace {
-
 RkHttpRequestUtils Read(std::string text,
                         void (RkHttpRequestUtils::*how)(RkBStream&) = &RkHttpRequestUtils::ReadRequestHeader) {
     RkStringDevice device(text);
@@ -27,8 +25,6 @@ struct ThrowingDevice : ScriptedDevice {
         return got > 0 ? got : throw 1;
     }
 };
-
-}  // namespace
 
 TEST(RkHttpRequestUtilsTest, UnderstandsRequestLines) {
     // method, file, query and a field, which is not looked at where there is no method

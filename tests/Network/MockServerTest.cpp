@@ -9,8 +9,6 @@
 #include "Network/Network/RkNetworkException.h"
 #include "tests/support/TestClient.h"
 
-namespace {
-
 const RkTimePeriod kGenerous(0, 0, 1);
 
 TEST(MockServer, ServesOneConnectionARun) {
@@ -62,5 +60,3 @@ TEST(MockServer, EndsItsThreadInSpiteOfAnInterruption) {
     interrupted.count_down();
     owner.join();
 }
-
-}  // namespace

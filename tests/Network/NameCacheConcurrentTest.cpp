@@ -9,8 +9,6 @@
 #include "tests/support/FakeResolver.h"
 #include "tests/support/InThreads.h"
 
-namespace {
-
 constexpr int THREADS = 8;
 
 TEST(NameCacheConcurrentTest, ASlowLookupHoldsUpItsOwnThreadOnly) {
@@ -66,7 +64,5 @@ TEST(NameCacheConcurrentTest, AllThreadsGetTheSameInstances) {
         instances[thread][1] = &ReverseDnsCache::Itself();
     });
     for (const auto& pair : instances)
-        EXPECT_THAT(pair, ::testing::ElementsAreArray(instances[0]));
+        EXPECT_THAT(pair, testing::ElementsAreArray(instances[0]));
 }
-
-}  // namespace

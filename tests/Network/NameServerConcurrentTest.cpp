@@ -14,8 +14,6 @@
 #include "tests/support/OwnNetwork.h"
 #include "tests/support/TempDir.h"
 
-namespace {
-
 constexpr const char* DNSMASQ = "/usr/sbin/dnsmasq";
 const RkInetAddress NAME_SERVER("127.0.0.1", 53);
 
@@ -77,5 +75,3 @@ TEST(NameServerTest, ASlowOneBlocksOnlyThoseWhoAskIt) {
         slow.Close();
     });
 }
-
-}  // namespace

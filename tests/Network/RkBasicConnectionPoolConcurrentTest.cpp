@@ -7,14 +7,11 @@
 #include "Network/Network/RkBasicConnectionRef.h"
 #include "tests/support/InThreads.h"
 
-namespace {
-
 constexpr int kMaximum = 5;
 constexpr int kThreads = 8;
 constexpr int kLeases = 100000;
 
-class HeldConnection : public RkBasicConnection {
-public:
+struct HeldConnection : RkBasicConnection {
     HeldConnection() { s_mostAlive = std::max(s_mostAlive, ++s_alive); }
     ~HeldConnection() override { --s_alive; }
 
@@ -23,8 +20,7 @@ public:
     std::atomic<bool> held = false;
 };
 
-class HeldPool : public RkBasicConnectionPool {
-public:
+struct HeldPool : RkBasicConnectionPool {
     using RkBasicConnectionPool::RkBasicConnectionPool;
     RkBasicConnection* CreateConnection() override { return new HeldConnection; }
 };
@@ -57,5 +53,3 @@ TEST(RkBasicConnectionPoolConcurrent, NeverLetsMoreThanTheMaximumOutNorOneToTwoH
     EXPECT_EQ(HeldConnection::s_mostAlive, kMaximum);
     EXPECT_EQ(shared, 0);
 }
-
-}  // namespace

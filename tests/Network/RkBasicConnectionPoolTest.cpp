@@ -6,13 +6,10 @@
 #include "Network/Network/RkBasicConnectionRef.h"
 #include "tests/support/MessageOf.h"
 
-namespace {
-
 const RkTimePeriod kNow;
 
 /// Counts the living, and fails its Close when told to.
-class CountedConnection : public RkBasicConnection {
-public:
+struct CountedConnection : RkBasicConnection {
     CountedConnection() { ++s_alive; }
     ~CountedConnection() override { --s_alive; }
     void Close() override {
@@ -24,16 +21,14 @@ public:
     bool failing = false;
 };
 
-class CountedPool : public RkBasicConnectionPool {
-public:
+struct CountedPool : RkBasicConnectionPool {
     using RkBasicConnectionPool::RkBasicConnectionPool;
     RkBasicConnection* CreateConnection() override { return barren ? nullptr : new CountedConnection; }
 
     bool barren = false;
 };
 
-class RkBasicConnectionPoolTest : public ::testing::Test {
-protected:
+struct RkBasicConnectionPoolTest : testing::Test {
     ~RkBasicConnectionPoolTest() override { EXPECT_EQ(CountedConnection::s_alive, 0); }
 
     static std::string WhyNoLease(RkBasicConnectionPool& pool) {
@@ -113,5 +108,3 @@ TEST_F(RkBasicConnectionPoolTest, AReferenceReturnsItsConnectionOnce) {
     }
     EXPECT_EQ(CountedConnection::s_alive, 0);
 }
-
-}  // namespace

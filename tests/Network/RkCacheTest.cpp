@@ -5,8 +5,6 @@
 
 #include "Network/Network/RkStringKeyCache.h"
 
-namespace {
-
 /// Values above nine hundred are expired.
 struct Policy {
     void Accessed(int&) { ADD_FAILURE() << "is never called"; }
@@ -87,5 +85,3 @@ TEST(RkCacheTest, AgreesWithAPlainListWhateverIsDone) {
         ASSERT_TRUE(i % 100 != 0 || cache.Debug()) << "step " << i;
     }
 }
-
-}  // namespace

@@ -5,14 +5,11 @@
 #include "Network/Network/ReverseDnsCache.h"
 #include "tests/support/FakeResolver.h"
 
-namespace {
-
-using ::testing::ElementsAre;
+using testing::ElementsAre;
 
 RkInetAddress Address(const char* text) { return {text, 0, false}; }
 
-class RkDnsCacheTest : public ::testing::Test {
-protected:
+struct RkDnsCacheTest : testing::Test {
     struct Cache : RkDnsCache {
         using RkDnsCache::RkDnsCache;
         unsigned Waiting() { return m_waitingList.CountBlocked(0, std::time(nullptr) + 1000); }
@@ -93,8 +90,7 @@ TEST(RkLookupWaitingListTest, CountsThoseThatBeganMoreThanTheGivenTimeAgo) {
     EXPECT_EQ(list.CountBlocked(3, 0x1'0000'03ED), 1u);  // 1005 in 32 bits: five after the first
 }
 
-class ReverseDnsCacheTest : public ::testing::Test {
-protected:
+struct ReverseDnsCacheTest : testing::Test {
     ReverseDnsCacheTest() { m_resolver.AddReverse("192.0.2.1", "one.example"); }
 
     /// @return the name, or "no" and the name
@@ -143,5 +139,3 @@ TEST_F(ReverseDnsCacheTest, AnObjectCanBeTheInstanceOfTheProcess) {
     ReverseDnsCache(3).SetYourself();  // is gone at once, and with it its registration
     EXPECT_EQ(ReverseDnsCache::Itself().GetCounters().size, 25000u);
 }
-
-}  // namespace

@@ -9,16 +9,12 @@
 #include "tests/support/MessageOf.h"
 #include "tests/support/ScriptedPeer.h"
 
-namespace {
-
-using ::testing::HasSubstr;
-using ::testing::Not;
+using testing::HasSubstr, testing::Not;
 
 const RkTimePeriod kGenerous(0, 0, 1);
 
 /// Answers each connection with `answer` and remembers the last request head.
-class RkHTTPConnectionTest : public ::testing::Test {
-protected:
+struct RkHTTPConnectionTest : testing::Test {
     RkHTTPConnectionTest()
         : m_peer([this](ScriptedPeer::Connection& connection) {
               m_request = connection.ReadUntil(m_until);
@@ -113,5 +109,3 @@ TEST(RkHTTPConnection, TellsWhyThereIsNoAnswerAndWhichOptionFailed) {
     EXPECT_EQ(connection.GetResponseCode(), 0);
     EXPECT_FALSE(connection.GetResponseBody().empty());
 }
-
-}  // namespace

@@ -12,15 +12,12 @@
 #include "tests/support/MessageOf.h"
 #include "tests/support/TextTable.h"
 
-using namespace std::string_literals;
 using testing::ElementsAre;
-
-namespace {
+using namespace std::string_literals;
 
 RkInetAddress Numeric(const std::string& text, RkUInt16 port = 0) { return {text, port}; }
 
-class RkInetAddressTest : public ::testing::Test {
-protected:
+struct RkInetAddressTest : testing::Test {
     RkInetAddressTest() {
         m_resolver.Add("host", {"2001:db8::1", "192.0.2.1", "192.0.2.2"});
         m_resolver.AddReverse("192.0.2.1", "host");
@@ -42,8 +39,6 @@ protected:
 
     FakeResolver m_resolver;
 };
-
-}  // namespace
 
 TEST_F(RkInetAddressTest, TakesEveryFormOfEndpointText) {
     // Short, octal and hexadecimal forms are inet_addr's; the C library reads to the first NUL; ports are cut to 16 bits.

@@ -8,8 +8,6 @@
 #include "tests/support/FakeResolver.h"
 #include "tests/support/TextTable.h"
 
-namespace {
-
 /// The range that a text gives, or what is wrong with it.
 std::string Parsed(const std::string& text) {
     try {
@@ -55,5 +53,3 @@ TEST(RkInetRangeTest, ComparesItsEndsWithoutPorts) {
     EXPECT_FALSE(end.IsInRange(range.GetStart(), range.GetEnd()));
     EXPECT_EQ(range.GenerateMask(77), 0xFFFFFFFFu);
 }
-
-}  // namespace

@@ -15,13 +15,8 @@
 #include "tests/support/TempDir.h"
 #include "tests/support/TestCertificates.h"
 
+using testing::AllOf, testing::ElementsAre, testing::HasSubstr, testing::StartsWith;
 using namespace std::chrono_literals;
-using ::testing::AllOf;
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::StartsWith;
-
-namespace {
 
 const RkTimePeriod SHORT(0, 0, 0, 0, 20), LONG(0, 0, 1);
 
@@ -50,10 +45,7 @@ ScriptedPeer::Script Relay(RkUInt16 server, size_t limit) {
     };
 }
 
-}  // namespace
-
-class RkSSLSocketConcurrentTest : public ::testing::Test {
-protected:
+struct RkSSLSocketConcurrentTest : testing::Test {
     RkSSLSocketConcurrentTest() {
         m_identity.Write(m_dir / "tls");
         m_listener.Bind(RkInetAddress("127.0.0.1", 0));

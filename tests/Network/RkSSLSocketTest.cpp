@@ -9,20 +9,12 @@
 #include "tests/support/TempDir.h"
 #include "tests/support/TestCertificates.h"
 
-using kstr::Crypto::StackOf_X509Cert;
-using kstr::Crypto::X509Cert;
-using ::testing::ElementsAre;
-using ::testing::StartsWith;
-
-namespace {
+using kstr::Crypto::StackOf_X509Cert, kstr::Crypto::X509Cert, testing::ElementsAre, testing::StartsWith;
 
 const RkTimePeriod SECOND(0, 0, 0, 1);
 const std::string VERIFICATION = "Failing SSL Verification.  ", CONNECTION = "Failing SSL connection.  ";
 
-}  // namespace
-
-class RkSSLSocketTest : public ::testing::Test {
-protected:
+struct RkSSLSocketTest : testing::Test {
     RkSSLSocketTest() {
         m_identity.Write(m_dir / "good");
         MakeSelfSigned().Write(m_dir / "other");

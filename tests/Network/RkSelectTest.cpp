@@ -10,8 +10,6 @@
 
 using testing::ElementsAre;
 
-namespace {
-
 const RkTimePeriod POLL;
 const RkTimePeriod LONG(0, 0, 1);
 
@@ -34,8 +32,6 @@ RkSelect::SockVec_t Readers(RkSelect& select) {
     select.Readers(readers);
     return readers;
 }
-
-}  // namespace
 
 TEST(RkSelectTest, ReportsReadyHandlesInAscendingOrderAndForgetsWhatIsNoLongerWatched) {
     const Pipe a, b, c;

@@ -16,12 +16,7 @@
 #include "tests/support/ServerReport.h"
 #include "tests/support/TestClient.h"
 
-using kstr::diag::LV_ERROR;
-using kstr::diag::LV_INFO;
-using ::testing::ElementsAre;
-using ::testing::MatchesRegex;
-
-namespace {
+using kstr::diag::LV_ERROR, kstr::diag::LV_INFO, testing::ElementsAre, testing::MatchesRegex;
 
 /// Says "hi", does what the test wants, and closes.
 class Greeting : public RkTcpConnection {
@@ -55,8 +50,7 @@ struct FailingFactory : RkTcpSocketFactory {
     std::counting_semaphore<> asked{0};
 };
 
-class TestServer : public RkTcpServer {
-public:
+struct TestServer : RkTcpServer {
     explicit TestServer(RkUInt16 port = 0, int timeout = 0, RkTcpSocketFactory* sockets = nullptr)
         : RkTcpServer(RkInetAddress("127.0.0.1", port), timeout, 10, 0, true, RkTimePeriod(), nullptr, sockets) {}
     ~TestServer() override { StopAndJoin(); }
@@ -74,8 +68,6 @@ public:
 };
 
 const std::string LOGGER = "Qor.Network.Network.RkTcpServer.Port ";
-
-}  // namespace
 
 TEST(RkTcpServerTest, ServerThatBindsItselfLogsUnderThePortItGot) {
     const LogCapture log(LV_INFO);
@@ -105,9 +97,9 @@ TEST(RkTcpServerTest, FailedBindIsToldUnderThePortAskedForAndPostsNoEnd) {
         if (!ownBind) {
             EXPECT_THROW(second.Bind(bound, 5), RkNetworkException);
         }
-        ::testing::internal::CaptureStderr();
+        testing::internal::CaptureStderr();
         second.Run();  // tries an address that was bound in vain once more
-        EXPECT_EQ(::testing::internal::GetCapturedStderr(), "TCPServer failed to bind to port: Bind failed: 98\n");
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), "TCPServer failed to bind to port: Bind failed: 98\n");
         EXPECT_THAT(log->Records(), ElementsAre(started, failed));
         EXPECT_EQ(OpenDescriptors(), descriptors);
         const auto before = std::chrono::steady_clock::now();

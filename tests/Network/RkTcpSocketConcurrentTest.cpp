@@ -11,8 +11,6 @@
 #include "Network/Network/RkTcpTimeoutSocket.h"
 #include "tests/support/ScriptedPeer.h"
 
-namespace {
-
 const RkTimePeriod NO_LIMIT;
 const RkTimePeriod SHORT(0, 0, 0, 0, 20);
 const RkTimePeriod LONG(0, 0, 1);
@@ -26,8 +24,6 @@ struct Pair {
 
     int m_ends[2];
 };
-
-}  // namespace
 
 // Each round: a reader blocks (or is about to), another thread closes, and the number at once belongs to a stranger whose
 // bytes the reader must leave alone.

@@ -11,10 +11,7 @@
 #include "tests/support/MessageOf.h"
 #include "tests/support/ScriptedPeer.h"
 
-using testing::ElementsAre;
-using testing::StartsWith;
-
-namespace {
+using testing::ElementsAre, testing::StartsWith;
 
 const RkInetAddress LOOPBACK("127.0.0.1", 0);
 const RkTimePeriod NO_LIMIT;
@@ -22,8 +19,7 @@ const RkTimePeriod SHORT(0, 0, 0, 0, 20);
 const RkTimePeriod LONG(0, 0, 1);
 
 /// Opens sockets for a test and closes them after it.
-class RkTcpSocketTest : public ::testing::Test {
-protected:
+struct RkTcpSocketTest : testing::Test {
     ~RkTcpSocketTest() override {
         for (RkTcpSocket* sock : {&m_listener, &m_client, &m_server})
             sock->Close();
@@ -58,8 +54,6 @@ struct HookedSocket : RkTcpSocket {
     }
     std::vector<std::string> calls;
 };
-
-}  // namespace
 
 TEST_F(RkTcpSocketTest, CarriesBytesBothWaysAndEndsInOrder) {
     ConnectPair();

@@ -16,8 +16,6 @@
 
 using testing::HasSubstr;
 
-namespace {
-
 const RkTimePeriod LONG(0, 0, 0, 20);
 const RkInetAddress ANY_PORT("127.0.0.1", 0);
 
@@ -61,8 +59,7 @@ private:
     const Make m_make;
 };
 
-class Client : public RkUdpSocket {
-public:
+struct Client : RkUdpSocket {
     explicit Client(const Server& server) : RkUdpSocket(ANY_PORT, server.GetLocalAddress()) {}
     ~Client() override { Close(); }
 
@@ -211,5 +208,3 @@ TEST(RkUdpCriticalSectionTest, WaitsForADatagramWithoutTheLock) {
     EXPECT_EQ(from, receiver.GetLocalAddress());
     receiver.Close();
 }
-
-}  // namespace

@@ -9,8 +9,6 @@
 #include "tests/support/OpenDescriptors.h"
 #include "tests/support/OwnNetwork.h"
 
-namespace {
-
 const RkTimePeriod LONG(0, 0, 0, 20);
 const RkInetAddress ANY_PORT("127.0.0.1", 0);
 
@@ -23,8 +21,8 @@ struct Owned : Socket {
 };
 
 template <class Socket>
-class RkUdpSocketTest : public ::testing::Test {};
-using BothSockets = ::testing::Types<RkUdpSocket, RkUdpBroadcastSocket>;
+struct RkUdpSocketTest : testing::Test {};
+using BothSockets = testing::Types<RkUdpSocket, RkUdpBroadcastSocket>;
 TYPED_TEST_SUITE(RkUdpSocketTest, BothSockets);
 
 TYPED_TEST(RkUdpSocketTest, AnswersWhoeverWroteLast) {
@@ -93,5 +91,3 @@ TEST(RkUdpBroadcastSocketTest, ReachesEveryListenerOfItsNetwork) {
         GTEST_SKIP() << "no network namespace to be had here";
     EXPECT_EQ(result, 0);
 }
-
-}  // namespace

@@ -7,8 +7,6 @@
 #include "tests/support/FakeResolver.h"
 #include "tests/support/TextTable.h"
 
-namespace {
-
 using namespace std::string_literals;
 
 /// "user,password,host,port", the host in brackets if it stood in them.
@@ -31,7 +29,8 @@ TEST(RkUrlTest, SplitsTheAuthorityByPosition) {
                "http://[::1]:81/ -> ,,[::1],81 | http://[::1]/ -> ,,[::1],-1 | http://x[::1].. -> ,,[::1],-1 |"
                "http://::1] -> ,,::1],-1 | http://]/ -> ,,],-1 | http://fe80::1/ -> ,,fe80,0 |"
                "http://H-.-:8x0--/ -> ,,h,8 | http://---/ -> ,,-,-1 | http://h:-/ -> ,,h,0 | http://h:/ -> ,,h,-1 |"
-               "http://h:99999999999 -> ,,h,1215752191 | http://h#a:1 -> ,,h#a,1 | http:///p -> ,,,-1 |"
+               "http://h:4294967376 -> ,,h,2147483647 | http://h:99999999999999999999 -> ,,h,2147483647 |"
+               "http://h#a:1 -> ,,h#a,1 | http:///p -> ,,,-1 |"
                "://h:1/ -> ,,,-1");
     EXPECT_EQ(Authority("http://h%00ost:1/p"), ",,h\0ost:1/p,-1"s);  // searches end at the NUL
 }
@@ -122,8 +121,7 @@ TEST(RkUrlTest, NormalizesNumericHostsOnly) {
                "HTTP://127.0.0.1/./ -> HTTP://127.0.0.1/./ | HTTP://name/./ -> HTTP://name/./");
 }
 
-class RkUrlAddressTest : public ::testing::Test {
-protected:
+struct RkUrlAddressTest : testing::Test {
     RkUrlAddressTest() {
         RkDnsCache::Itself().Clear();
         RkUrl::enableDnsLookup(true);
@@ -174,5 +172,3 @@ TEST_F(RkUrlAddressTest, GivesDottedTextOfWhateverIsIPv4) {
                "four -> 10.0.0.1 | mapped -> 10.0.0.2 | six -> | -> 0.0.0.0 | unknown -> 0.0.0.0 |"
                "0x7f.1 -> 127.0.0.1 | [fe80::1] ->");
 }
-
-}  // namespace

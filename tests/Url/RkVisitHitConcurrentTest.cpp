@@ -5,8 +5,6 @@
 #include "Network/Url/RkVisitHit.h"
 #include "tests/support/InThreads.h"
 
-namespace {
-
 constexpr int THREADS = 8;
 constexpr int REQUESTS = 2000;  ///< of each thread
 
@@ -43,5 +41,3 @@ TEST(RkVisitHitConcurrentTest, CountsExactlyWhileACallBackComesAndGoes) {
     EXPECT_EQ(contextHits, reported);
     EXPECT_EQ(reportedLate, 0);
 }
-
-}  // namespace

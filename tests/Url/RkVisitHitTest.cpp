@@ -9,8 +9,6 @@
 
 using testing::ElementsAre;
 
-namespace {
-
 constexpr const char* PAGE = "http://hostname/index.php?x=1";
 constexpr const char* IMAGE = "http://hostname/img/logo.gif";
 
@@ -79,5 +77,3 @@ TEST(RkVisitHitTest, KeepsNameLookUpsSwitchedOff) {
     RkUrl("http://localhost/").getIpAddress(address);
     EXPECT_TRUE(address.IsAnyAddress());
 }
-
-}  // namespace

@@ -12,11 +12,8 @@
 
 using testing::AllOf, testing::EndsWith, testing::HasSubstr, testing::IsEmpty, testing::Not, testing::StartsWith;
 
-namespace {
-
 /// A real `qornet serve` on a folder of its own.
-class ServeTest : public testing::Test {
-protected:
+struct ServeTest : testing::Test {
     ServeTest() {
         std::filesystem::create_directory(m_root);
         Write("hello.txt", "hello\n");
@@ -153,5 +150,3 @@ TEST(EchoTest, SendsBackWhatItGetsAndStopsCleanly) {
     EXPECT_EQ(client.ReadAll(), text);
     EXPECT_EQ(server.Stop(SIGINT), 0);
 }
-
-}  // namespace

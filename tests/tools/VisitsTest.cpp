@@ -12,8 +12,6 @@
 
 using testing::AllOf, testing::Each, testing::HasSubstr, testing::IsEmpty, testing::MatchesRegex;
 
-namespace {
-
 std::vector<std::string> Lines(const std::string& path) {
     std::ifstream file(path);
     std::vector<std::string> lines;
@@ -28,8 +26,7 @@ std::string Line(const std::string& who, const std::string& seconds, const std::
     return who + " [10/Oct/2000:13:55:" + seconds + " -0700] \"" + request + "\" 200 2326" + tail + "\n";
 }
 
-class VisitsTest : public testing::Test {
-protected:
+struct VisitsTest : testing::Test {
     Finished Count(const std::string& log, std::vector<std::string> options = {}) {
         std::ofstream(m_log) << log;
         options.insert(options.begin(), "visits");
@@ -120,5 +117,3 @@ TEST(EchoUdpTest, SendsBackWhatItGetsAndStopsCleanly) {
     client.Close();
     EXPECT_EQ(server.Stop(SIGINT), 0);
 }
-
-}  // namespace
