@@ -5,10 +5,7 @@
 
 #include "tests/support/Qornet.h"
 
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-
-namespace {
+using testing::HasSubstr, testing::IsEmpty;
 
 TEST(CommandsTest, PrintsOneFieldALine) {
     const std::pair<std::vector<std::string>, const char*> cases[] = {
@@ -75,5 +72,3 @@ TEST(CommandsTest, ExplainsItselfAtEveryLevel) {
 TEST(CommandsTest, FailsWhenItsOutputCannotBeWritten) {
     EXPECT_EQ(RunProgram({"/bin/sh", "-c", QORNET_PATH " hash a > /dev/full"}).status, 1);
 }
-
-}  // namespace
