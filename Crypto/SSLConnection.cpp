@@ -5,6 +5,9 @@
 #include <openssl/x509v3.h>
 #include <poll.h>
 
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
 #include <utility>
 
 #include "Base/BasicException.h"
@@ -21,7 +24,16 @@ namespace {
 constexpr const char* HANDSHAKE = "handshake failed";
 
 /// The close notification waits for so long for room to be sent.
-constexpr int NOTIFICATION_MS = 2000;
+constexpr std::chrono::milliseconds NOTIFICATION_TIME{2000};
+
+/// Waits until a descriptor is writable, or the time is over, however often signals interrupt it.
+void AwaitRoom(int handle, std::chrono::milliseconds time) {
+    using Clock = std::chrono::steady_clock;
+    pollfd wanted{handle, POLLOUT, 0};
+    const Clock::time_point end = Clock::now() + time;
+    while (::poll(&wanted, 1, static_cast<int>(time.count())) == -1 && errno == EINTR)
+        time = std::max(std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()), std::chrono::milliseconds{0});
+}
 
 }  // namespace
 
@@ -148,9 +160,8 @@ void SSLConnection::SendNotification() {
     TakeShutdownStep();
     if (!SSL_want_write(m_ssl.get()) || !IsBlocking())
         return;
-    pollfd wanted{m_handle, POLLOUT, 0};
-    if (::poll(&wanted, 1, NOTIFICATION_MS) != 0)
-        TakeShutdownStep();
+    AwaitRoom(m_handle, NOTIFICATION_TIME);
+    TakeShutdownStep();  // in any case: a slow reader makes room long before the descriptor shows as writable
     if (SSL_want_write(m_ssl.get()))
         throw BasicException("close notification timed out");
 }

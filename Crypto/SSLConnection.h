@@ -79,8 +79,8 @@ public:
     bool IsResumed() const;
 
     /// Sends the close notification, once. There is nothing to notify of before the handshake is over or after the session
-    /// failed. Throws when it does not go out, also when a blocking descriptor has no room for it within two seconds, since
-    /// the peer reads nothing.
+    /// failed. Throws when it does not go out, also when the peer leaves no room for it on a blocking descriptor for two
+    /// seconds. On a non-blocking one it is left for the next call then.
     /// @param[out] done  whether both ends have announced the end
     /// @param wait       whether to read on until the peer's notification comes as well
     void Shutdown(bool& done, bool wait);

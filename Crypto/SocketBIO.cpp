@@ -61,7 +61,8 @@ private:
         return count;
     }
 
-    /// Takes what was used.
+    /// Takes what was used. All of it is there, since nobody else reads; a peer that marks it as urgent meanwhile breaks
+    /// its own session.
     void Take() {
         if (m_isLeft && m_next > 0)
             RkIO::Recv(m_handle, m_seen->data(), m_next, MSG_DONTWAIT);

@@ -68,8 +68,9 @@ public:
     /// One TLS write of all bytes. @return as Read
     ssize_t Write(const char* buf, size_t len) override;
 
-    /// Sends the close notification if there is a session, then shuts the socket down. Where the peer reads nothing, the
-    /// notification waits for room to be sent, for two seconds at most, and is then given up with a line in the log.
+    /// Sends the close notification if there is a session, then shuts the socket down. Where the peer leaves no room for it,
+    /// the notification waits for two seconds at most, and is then given up with a line in the log. A non-blocking socket
+    /// does not wait, and gives it up without a word.
     RkErrorCode Shutdown(int how) override;
 
     /// As in RkSocket, but for the thread that runs on the socket. Wake ends the notification's wait, so no lock that Wake

@@ -75,7 +75,7 @@ void Connect(TlsProbe& probe, const RkInetAddress& address, const TlsOptions& op
         probe.ConnectWithin(options.timeout, address);
     } catch (const RkNetworkException& failure) {
         const std::string reason = Reason(failure);
-        const bool timedOut = reason.find("timed out") != std::string::npos;
+        const bool timedOut = options.timeout != 0 && reason.find("timed out") != std::string::npos;
         throw CommandFailed(options.target + ": " + reason + (timedOut ? "; see --timeout" : ""));
     }
 }
