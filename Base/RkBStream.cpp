@@ -143,11 +143,8 @@ bool RkBStream::StopReading(ReadState why) {
     return false;
 }
 
-void RkBStream::RequireWritable() const {
-    if (m_aborted)
-        throw RkException("The stream was aborted");
-    if (m_writeFailed)
-        throw RkException("An earlier write to the device failed");
+void RkBStream::RefuseWriting() const {
+    throw RkException(m_aborted ? "The stream was aborted" : "An earlier write to the device failed");
 }
 
 void RkBStream::BufferOutput(const char* data, size_t count) {

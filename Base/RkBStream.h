@@ -85,7 +85,11 @@ private:
     bool FillInput();
     ssize_t ReadDevice(char* data, size_t count);
     bool StopReading(ReadState why);
-    void RequireWritable() const;
+    [[noreturn]] void RefuseWriting() const;
+    void RequireWritable() const {
+        if (m_aborted || m_writeFailed)
+            RefuseWriting();
+    }
     void BufferOutput(const char* data, size_t count);
     void WriteOutput();
     void WriteDevice(const char* data, size_t count);

@@ -10,7 +10,9 @@
 
 namespace {
 
-constexpr size_t USUAL_ANSWER = 4096;  ///< bytes that a handler may write before its buffer grows
+/// Bytes that a handler may write before its buffer grows: as many as the allocator of the C library keeps at hand for the
+/// next request.
+constexpr size_t USUAL_ANSWER = 1000;
 
 /// @return the number behind the first blank of the first line; 0 when there is none
 int StatusOf(std::string_view answer) {

@@ -6,11 +6,18 @@
 #include <string_view>
 
 #include "Base/RkSwallow.h"
+#include "Network/Url/RkPercentCoding.h"
 #include "Network/Url/RkUrlText.h"
 
 namespace {
 
 bool EndsFile(char c) { return c == ' ' || c == '?'; }
+
+std::string_view WithoutSpaceInFront(std::string_view text) {
+    while (!text.empty() && RkUrlText::IsSpace(text.front()))
+        text.remove_prefix(1);
+    return text;
+}
 
 std::string ToLower(std::string_view text) {
     std::string lower(text);
@@ -109,23 +116,22 @@ void RkHttpRequestUtils::TakeRequestLine(const std::string& line) {
     m_requestedFile.clear();
     if (begin == end)
         return m_requestMethod.clear();
-    RkCgi::unescapeString(line.substr(begin, end - begin), m_requestedFile);
+    RkPercentCoding::Decode(std::string_view(line).substr(begin, end - begin), m_requestedFile);
     DefuseParentSteps(m_requestedFile);
     if (end + 1 < line.size() && line[end] == '?')
         m_cgi.parseData(line.substr(end + 1, line.find(' ', end + 1) - end - 1));
 }
 
 void RkHttpRequestUtils::parseHeader(const std::string& header) {
-    const char* const end = header.data() + header.size();
-    const char* const name = std::find_if_not(header.data(), end, RkUrlText::IsSpace);
-    const char* const colon = std::find(name, end, ':');
-    const char* const value = colon == end ? end : std::find_if_not(colon + 1, end, RkUrlText::IsSpace);
-    if (value == end)
+    const std::string_view line = WithoutSpaceInFront(header);
+    const size_t colon = std::min(line.find(':'), line.size());
+    const std::string_view value = WithoutSpaceInFront(line.substr(std::min(colon + 1, line.size())));
+    if (value.empty())
         return;
-    std::string& kept = m_headers[ToLower({name, colon})];
+    std::string& kept = m_headers[ToLower(line.substr(0, colon))];
     if (!kept.empty())
         kept += ';';
-    kept.append(value, end);
+    kept += value;
 }
 
 int RkHttpRequestUtils::GetStatusCode(const std::string& line) {
