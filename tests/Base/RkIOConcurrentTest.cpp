@@ -5,7 +5,6 @@
 #include <netinet/in.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <functional>
@@ -64,15 +63,6 @@ TEST(RkIOConcurrentTest, AnInterruptedWaitGoesOnWithItsSets) {
         const Interruptions interruptions([&] { ::close(pipe.ends[1]); });  // the end of the input is readable
         EXPECT_EQ(WaitForInput(pipe.ends[0], timeout), 1);
     }
-}
-
-TEST(RkIOConcurrentTest, SendingToAClosedPeerRaisesNoSignal) {
-    int ends[2];
-    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
-    EXPECT_EQ(RkIO::Close(ends[1]), 0);
-    EXPECT_EQ(RkIO::Send(ends[0], "x", 1, 0), -1);
-    EXPECT_EQ(errno, EPIPE);
-    EXPECT_EQ(RkIO::SendTo(ends[0], "x", 1, 0, nullptr, 0), -1);
 }
 
 // The listener's queue is full until the twentieth signal: the connect is interrupted before it can succeed.

@@ -2,25 +2,16 @@
 
 #include <gmock/gmock.h>
 
-#include <locale>
-
 #include "tests/support/GroupingLocale.h"
 
 TEST(RkHttpHeaderTest, StatusChoosesThePhrase) {
-    const std::pair<int, const char*> cases[] = {
-        {200, "200 OK"},
-        {202, "202 Accepted"},
-        {302, "302 Moved Temporarily"},
-        {304, "304 Not Modified"},
-        {404, "404 Not Found"},
-        {407, "407 Proxy Authentication Required ( Access is denied.  ) "},
-        {299, "299 "},
-    };
     RkHttpHeader header(200, "text/html", -5);
     const std::string fields = "\r\nAccept: */*\r\nContent-Type: text/html\r\nContent-Length: -5\r\n\r\n";
-    for (const auto& [status, line] : cases) {
-        header.SetStatus(status);
-        EXPECT_EQ(header.GetHeader(), "HTTP/1.0 " + (line + fields));
+    for (const std::string line :
+         {"200 OK", "202 Accepted", "302 Moved Temporarily", "304 Not Modified", "404 Not Found",
+          "407 Proxy Authentication Required ( Access is denied.  ) ", "299 "}) {
+        header.SetStatus(std::stoi(line));
+        EXPECT_EQ(header.GetHeader(), "HTTP/1.0 " + line + fields);
     }
 }
 

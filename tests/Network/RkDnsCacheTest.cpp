@@ -91,7 +91,7 @@ TEST(RkLookupWaitingListTest, CountsThoseThatBeganMoreThanTheGivenTimeAgo) {
 }
 
 struct ReverseDnsCacheTest : testing::Test {
-    ReverseDnsCacheTest() { m_resolver.AddReverse("192.0.2.1", "one.example"); }
+    ReverseDnsCacheTest() { m_resolver.Add("192.0.2.1", {"one.example"}); }
 
     /// @return the name, or "no" and the name
     std::string Look(const std::string& address) {

@@ -2,8 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <latch>
-
 #include "Network/Network/RkBasicConnectionException.h"
 #include "Network/Network/RkHTTPConnectionPool.h"
 #include "tests/support/MessageOf.h"
@@ -12,6 +10,12 @@
 using testing::HasSubstr, testing::Not;
 
 const RkTimePeriod kGenerous(0, 0, 1);
+const std::string kUrl = "http://127.0.0.1/page";
+
+void Exchange(RkHTTPConnection& connection, unsigned short port) {
+    connection.Connect(port, kUrl, kGenerous);
+    connection.Send();
+}
 
 /// Answers each connection with `answer` and remembers the last request head.
 struct RkHTTPConnectionTest : testing::Test {
@@ -21,7 +25,6 @@ struct RkHTTPConnectionTest : testing::Test {
               connection.Write(m_answer);
           }) {}
 
-    std::string Url() const { return "http://127.0.0.1/page"; }
     unsigned short Port() const { return m_peer.Port(); }
 
     std::string m_answer = "HTTP/1.0 200 OK\r\n\r\nbody";
@@ -34,8 +37,7 @@ TEST_F(RkHTTPConnectionTest, KeepsThePortOfItsFirstConnectAndTellsAnErrorStatusA
     m_answer = "HTTP/1.0 404 Not Found\r\n\r\nnone";
     RkHTTPConnection connection(nullptr);
     for (const unsigned short port : {Port(), static_cast<unsigned short>(1)}) {
-        connection.Connect(port, Url(), kGenerous);
-        connection.Send();
+        Exchange(connection, port);
         EXPECT_EQ(connection.GetResponseResult(), RkHTTPConnection::HTTP_NO_ERROR);
         EXPECT_EQ(connection.GetResponseCode(), 404);
         EXPECT_EQ(connection.GetResponseBody(), "none");
@@ -46,15 +48,13 @@ TEST_F(RkHTTPConnectionTest, SendsTheHeadersOfItsPool) {
     RkHTTPConnectionPool pool(0, 1);
     auto* connection = static_cast<RkHTTPConnection*>(pool.Get(RkTimePeriod()));
     pool.AddHeader("X-Late: 1");  // the list began empty: the connection has none of it
-    connection->Connect(Port(), Url(), kGenerous);
-    connection->Send();
+    Exchange(*connection, Port());
     EXPECT_THAT(m_request, Not(HasSubstr("X-Late")));
     pool.Done(connection, true);
 
     connection = static_cast<RkHTTPConnection*>(pool.Get(RkTimePeriod()));
     pool.AddHeader("X-Two: 2");
-    connection->Connect(Port(), Url(), kGenerous);
-    connection->Send();
+    Exchange(*connection, Port());
     EXPECT_THAT(m_request, HasSubstr("X-Late: 1\r\nX-Two: 2\r\n"));
     pool.Done(connection, false);
 }
@@ -63,8 +63,8 @@ TEST_F(RkHTTPConnectionTest, PostsWithCredentialsAlsoAfterSomeThatFailed) {
     m_until = "a=1";
     const std::string data = "a=1", tooLong(8000001, 'x');  // libcurl's limit for a text is 8,000,000 bytes
     RkHTTPConnection connection(nullptr);
-    EXPECT_THROW(connection.Connect("user", tooLong, Port(), Url(), kGenerous), RkBasicConnectionException);
-    connection.Connect("user", "word", Port(), Url(), kGenerous);
+    EXPECT_THROW(connection.Connect("user", tooLong, Port(), kUrl, kGenerous), RkBasicConnectionException);
+    connection.Connect("user", "word", Port(), kUrl, kGenerous);
     connection.SetPostRequest(data);
     connection.Send();
     EXPECT_EQ(connection.GetResponseCode(), 200);
@@ -79,20 +79,17 @@ TEST(RkHTTPConnection, TellsWhetherItOpenedANetworkConnection) {
     });
     RkHTTPConnection connection(nullptr);
     for (const long opened : {1, 0}) {
-        connection.Connect(peer.Port(), "http://127.0.0.1/", kGenerous);
-        connection.Send();
+        Exchange(connection, peer.Port());
         EXPECT_EQ(connection.GetConnectionsOpened(), opened);
     }
 }
 
 TEST(RkHTTPConnection, TellsATimeOut) {
-    std::latch done(1);
-    ScriptedPeer silent([&](ScriptedPeer::Connection&) { done.wait(); });
+    ScriptedPeer silent([](ScriptedPeer::Connection& connection) { connection.ReadAll(); });
     RkHTTPConnection connection(nullptr);
-    connection.Connect(silent.Port(), "http://127.0.0.1/", kGenerous);
-    connection.Connect("", "", 1, "http://127.0.0.1/", RkTimePeriod(0, 0, 0, 0, 50));  // the changed time-out counts
+    connection.Connect(silent.Port(), kUrl, kGenerous);
+    connection.Connect("", "", 1, kUrl, RkTimePeriod(0, 0, 0, 0, 50));  // the changed time-out counts
     connection.Send();
-    done.count_down();
     EXPECT_EQ(connection.GetResponseResult(), RkHTTPConnection::TIMEOUT);
     EXPECT_EQ(connection.GetResponseBody(), "Curl request timed out");
 }
@@ -103,8 +100,7 @@ TEST(RkHTTPConnection, TellsWhyThereIsNoAnswerAndWhichOptionFailed) {
     EXPECT_EQ(MessageOf<RkBasicConnectionException>(setTooEarly), "CURL error, code: 43");  // of a missing handle
     connection.Send();
     EXPECT_EQ(connection.GetResponseResult(), RkHTTPConnection::UNKNOWN_ERROR);
-    connection.Connect(UnusedAddress().GetPort(), "http://127.0.0.1/", kGenerous);
-    connection.Send();
+    Exchange(connection, UnusedAddress().GetPort());
     EXPECT_EQ(connection.GetResponseResult(), RkHTTPConnection::UNKNOWN_ERROR);
     EXPECT_EQ(connection.GetResponseCode(), 0);
     EXPECT_FALSE(connection.GetResponseBody().empty());

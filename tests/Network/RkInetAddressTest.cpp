@@ -20,7 +20,7 @@ RkInetAddress Numeric(const std::string& text, RkUInt16 port = 0) { return {text
 struct RkInetAddressTest : testing::Test {
     RkInetAddressTest() {
         m_resolver.Add("host", {"2001:db8::1", "192.0.2.1", "192.0.2.2"});
-        m_resolver.AddReverse("192.0.2.1", "host");
+        m_resolver.Add("192.0.2.1", {"host"});
     }
 
     using Lookup = void(const std::string&, RkInetAddress*&, int&, bool);

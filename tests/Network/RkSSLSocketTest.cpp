@@ -18,11 +18,14 @@ struct RkSSLSocketTest : testing::Test {
     RkSSLSocketTest() {
         m_identity.Write(m_dir / "good");
         MakeSelfSigned().Write(m_dir / "other");
+        MakeSelfSigned({"localhost", TestCertificate::RSA}).Write(m_dir / "rsa");
     }
     std::string Check(const std::string& key) const { return RkSSLSocket(key, m_cert, false).ErrMsg(); }
     int VerifyPeer(X509Cert peer, StackOf_X509Cert trusted) {
         m_log->Clear();
-        return RkSSLSocket(&m_identity.cert, &trusted, &m_identity.key).VerifyPeerCert(peer);
+        const int accepted = RkSSLSocket(&m_identity.cert, &trusted, &m_identity.key).VerifyPeerCert(peer);
+        EXPECT_EQ(ERR_peek_error(), 0u) << "the queue is left empty";
+        return accepted;
     }
     int CallBack(int preverifyOk, int error, const X509Cert& cert) {
         m_log->Clear();
@@ -68,9 +71,10 @@ TEST_F(RkSSLSocketTest, CredentialsThatDoNotLoadOrMatchThrow) {
 
 TEST_F(RkSSLSocketTest, OnlyCheckingTheFilesThrowsNothing) {
     EXPECT_EQ(Check(m_key), "");
-    EXPECT_EQ(Check(m_dir / "other.key"), "Private key does not match the certificate public key.");
+    for (const std::string other : {"other.key", "rsa.key"})
+        EXPECT_EQ(Check(m_dir / other), "Private key does not match the certificate public key.");
     EXPECT_THAT(Check(m_cert), StartsWith(" unable to read a private key"));
-    EXPECT_EQ(m_log->Messages()[1], "Unable to load private key file.");
+    EXPECT_EQ(m_log->Messages()[2], "Unable to load private key file.");
 }
 
 TEST_F(RkSSLSocketTest, TellsOfMissingPathsInItsOwnSpelling) {
@@ -129,6 +133,14 @@ TEST_F(RkSSLSocketTest, AcceptsACertificateOutOfItsTime) {
     EXPECT_THAT(m_log->Messages(), ElementsAre(VERIFICATION + "Received certificate with bad not-after."));
     EXPECT_EQ(VerifyPeer(m_ca.Issue({"early", TestCertificate::ECDSA, 100, 200}).cert, m_ca.Stack()), 1);
     EXPECT_THAT(m_log->Messages(), ElementsAre(VERIFICATION + "Received certificate with bad not-before."));
+    X509* const raw = m_identity.cert.Get();
+    for (ASN1_TIME* time : {X509_getm_notBefore(raw), X509_getm_notAfter(raw)})
+        ASN1_STRING_set(time, "nonsense", -1);
+    X509_sign(raw, m_identity.key.Get(), EVP_sha256());
+    StackOf_X509Cert itself;
+    itself.push(m_identity.cert);
+    EXPECT_EQ(VerifyPeer(m_identity.cert, itself), 1);
+    EXPECT_EQ(m_log->Messages().size(), 2u) << "bad at either end";
 }
 
 TEST_F(RkSSLSocketTest, LogsEveryCertificateOfAChain) {

@@ -9,7 +9,6 @@
 
 #include "Network/Network/RkNetworkException.h"
 #include "Network/Network/RkTcpTimeoutSocket.h"
-#include "tests/support/ScriptedPeer.h"
 
 const RkTimePeriod NO_LIMIT;
 const RkTimePeriod SHORT(0, 0, 0, 0, 20);
@@ -87,13 +86,6 @@ TEST(RkTcpTimeoutSocketConcurrentTest, AssignmentHandsOnTheHandleAndKeepsThePipe
     EXPECT_EQ(other.m_pipefds[0], readEnd);
     EXPECT_EQ(::fcntl(readEnd, F_GETFD), FD_CLOEXEC);
     other.Close();
-}
-
-TEST(RkTcpTimeoutSocketConcurrentTest, ConnectHasTheTimeOutThatWasSet) {
-    const StuckListener stuck;
-    RkTcpTimeoutSocket sock(LONG, NO_LIMIT, LONG);
-    sock.SetConnectTimeout(SHORT);
-    EXPECT_THROW(sock.Connect(stuck.Address()), RkNetworkException);
 }
 
 TEST(RkSocketConcurrentTest, WakeEndsABlockedReadAndABlockedAccept) {

@@ -6,6 +6,7 @@
 
 #include <thread>
 
+#include "Base/RkIO.h"
 #include "Network/Network/RkTcpTimeoutSocket.h"
 #include "tests/support/DescriptorLimit.h"
 #include "tests/support/MessageOf.h"
@@ -107,6 +108,9 @@ TEST_F(RkTcpSocketTest, ConnectFailuresLeaveTheSocketClosed) {
     EXPECT_FALSE(m_client.IsOpen());
     EXPECT_THAT(FailureOf([&] { m_client.Connect(stuck.Address(), SHORT); }), StartsWith("Connect timed out: "));
     EXPECT_FALSE(m_client.IsOpen());
+    RkTcpTimeoutSocket timed(LONG, LONG, LONG);
+    timed.SetConnectTimeout(SHORT);
+    EXPECT_THAT(FailureOf([&] { timed.Connect(stuck.Address()); }), StartsWith("Connect timed out: "));
     EXPECT_THROW(m_client.Connect(RkInetAddress("::1", 80), LONG), RkNetworkException);
     EXPECT_FALSE(m_client.IsOpen());
 }
@@ -155,6 +159,7 @@ TEST_F(RkTcpSocketTest, CloseForceResetsTheConnectionAndSendingIsAnErrorThen) {
     EXPECT_EQ(Read(m_client), "error");
     EXPECT_EQ(m_client.Write("x", 1, LONG), -1);  // not a signal
     EXPECT_EQ(errno, EPIPE);
+    EXPECT_EQ(RkIO::SendTo(m_client.GetHandle(), "x", 1, 0, nullptr, 0), -1);
 }
 
 TEST_F(RkTcpSocketTest, CopyHasNoHandleAndResetAlwaysReusesTheAddress) {

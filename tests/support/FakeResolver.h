@@ -26,16 +26,11 @@ public:
 
     static FakeResolver* Active() { return s_active; }
 
-    /// A name has these addresses (both families, in this order). Names that were not added are unknown, except numeric
-    /// ones, which are themselves.
-    void Add(const std::string& name, const std::vector<std::string>& addresses) {
+    /// A name has these addresses (both families, in this order), or an address has this name. What was not added is
+    /// unknown, except numeric names, which are themselves.
+    void Add(const std::string& nameOrAddress, const std::vector<std::string>& answers) {
         const std::lock_guard guard(m_lock);
-        m_forward[name] = addresses;
-    }
-    /// An address has this name; the others have none.
-    void AddReverse(const std::string& address, const std::string& name) {
-        const std::lock_guard guard(m_lock);
-        m_reverse[address] = name;
+        m_answers[nameOrAddress] = answers;
     }
     void OnLookup(Hook hook) {
         const std::lock_guard guard(m_lock);
@@ -51,19 +46,8 @@ public:
         return static_cast<int>(m_lookups.size());
     }
 
-    /// For the replacements. @return the name's addresses: itself, where the table has none
-    std::vector<std::string> AddressesOf(const std::string& name) {
-        const auto guard = Tell(name);
-        return m_forward.contains(name) ? m_forward[name] : std::vector{name};
-    }
-    /// For the replacements. @return the address's name, or an empty text
-    std::string NameOf(const std::string& address) {
-        const auto guard = Tell(address);
-        return m_reverse.contains(address) ? m_reverse[address] : "";
-    }
-
-private:
-    std::unique_lock<std::mutex> Tell(const std::string& nameOrAddress) {
+    /// For the replacements. @return the answers: the text itself, where the table has none
+    std::vector<std::string> Ask(const std::string& nameOrAddress) {
         std::unique_lock guard(m_lock);
         m_lookups.push_back(nameOrAddress);
         if (const Hook hook = m_hook) {
@@ -71,13 +55,14 @@ private:
             hook(nameOrAddress);
             guard.lock();
         }
-        return guard;
+        const auto found = m_answers.find(nameOrAddress);
+        return found != m_answers.end() ? found->second : std::vector{nameOrAddress};
     }
 
+private:
     static inline std::atomic<FakeResolver*> s_active = nullptr;
     mutable std::mutex m_lock;  ///< guards all below
-    std::map<std::string, std::vector<std::string>> m_forward;
-    std::map<std::string, std::string> m_reverse;
+    std::map<std::string, std::vector<std::string>> m_answers;
     std::vector<std::string> m_lookups;
     Hook m_hook;
 };
@@ -97,7 +82,7 @@ extern "C" int getaddrinfo(const char* name, const char* service, const addrinfo
     numeric.ai_flags |= AI_NUMERICHOST;
     *result = nullptr;
     addrinfo** end = result;
-    for (const auto& address : fake->AddressesOf(name))
+    for (const auto& address : fake->Ask(name))
         if (system(address.c_str(), service, &numeric, end) == 0)
             while (*end)
                 end = &(*end)->ai_next;
@@ -112,8 +97,8 @@ extern "C" int getnameinfo(const sockaddr* address, socklen_t length, char* host
         return system(address, length, host, hostLength, service, serviceLength, flags);
     char text[INET6_ADDRSTRLEN] = "";
     system(address, length, text, sizeof text, nullptr, 0, NI_NUMERICHOST);
-    const std::string name = fake->NameOf(text);
-    if (name.empty() || name.size() >= hostLength)
+    const std::string name = fake->Ask(text)[0];
+    if (name == text || name.size() >= hostLength)
         return EAI_NONAME;
     host[name.copy(host, name.size())] = '\0';
     return 0;
