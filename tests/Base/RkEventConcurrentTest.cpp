@@ -2,7 +2,6 @@
 
 #include <future>
 #include <limits>
-#include <memory>
 #include <thread>
 
 #include "Base/RkCountingSemaphore.h"

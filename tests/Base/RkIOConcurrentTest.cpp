@@ -7,7 +7,6 @@
 
 #include <chrono>
 #include <csignal>
-#include <functional>
 #include <optional>
 #include <thread>
 

@@ -10,8 +10,6 @@
 
 #include <future>
 #include <stdexcept>
-#include <utility>
-#include <vector>
 
 #include "Crypto/SSLContext.h"
 #include "tests/support/MessageOf.h"

@@ -5,7 +5,6 @@
 #include <openssl/ssl.h>
 
 #include <fstream>
-#include <functional>
 
 #include "Base/BasicException.h"
 #include "tests/support/TempDir.h"

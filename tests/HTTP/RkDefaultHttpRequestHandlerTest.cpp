@@ -6,7 +6,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 
 #include "tests/support/HttpExchange.h"
 #include "tests/support/ScriptedDevice.h"

@@ -4,7 +4,6 @@
 #include <sys/resource.h>
 
 #include <future>
-#include <tuple>
 
 #include "Network/Network/RkNetworkException.h"
 #include "tests/support/ScriptedPeer.h"

@@ -6,8 +6,6 @@
 #include <fstream>
 #include <future>
 #include <latch>
-#include <memory>
-#include <sstream>
 
 #include "Network/Network/RkSSLSocket.h"
 #include "tests/support/InThreads.h"
@@ -101,32 +99,20 @@ TEST_F(RkHttpServerConcurrentTest, FilesOfEverySizeArriveWhole) {
 }
 
 TEST_F(RkHttpServerConcurrentTest, HostileHeadsGetTheirAnswerAndTheNextClientIsServed) {
-    const std::string line(131072, 'v'), bytes("\0\x80\xff", 3), get = "GET /echo HTTP/1.0\r\n",
-                                                                 post = "POST /echo HTTP/1.0\r\nContent-Length: ";
+    const std::string line(131072, 'v'), bytes("\0\x80\xff", 3), get = "GET /echo HTTP/1.0\r\n";
     std::string endless = get;
     while (endless.size() < 1300000)  // more than a MiB, without an end
         endless += "A:bcdefghijklmno\r\n";
     const std::pair<std::string, std::string> cases[] = {
         {get + "A: " + line + "\r\n\r\n", ECHOED},  // too long: the head ends before it
-        {"GET /" + line + "\r\n\r\n", NOT_FOUND},
-        {endless, ECHOED},
-        {get + "A: " + bytes + "\n\n", ECHOED},
-        {bytes + "\r\n\r\n", NOT_FOUND},
+        {"GET /" + line + "\r\n\r\n", NOT_FOUND},  {endless, ECHOED},
+        {get + "A: " + bytes + "\n\n", ECHOED},    {bytes + "\r\n\r\n", NOT_FOUND},
         {"BREW /echo\r\n\r\n", NOT_FOUND},
-        {post + "-5\r\n\r\nx=1", ECHOED},
-        {post + "2000000000\r\n\r\n" + line, ECHOED},
     };
     for (const auto& [request, answer] : cases) {
         EXPECT_THAT(Ask(m_server->Port(), request), StartsWith(answer)) << request.substr(0, 60);
         EXPECT_EQ(Get("/echo"), ECHOED);
     }
-}
-
-TEST_F(RkHttpServerConcurrentTest, ByteAtATimeIsARequestToo) {
-    TestClient client(m_server->Port());
-    for (const char byte : std::string("POST /echo?a=1 HTTP/1.0\r\nContent-Length: 3\r\n\r\nb=2"))
-        client.Write(std::string(1, byte));
-    EXPECT_THAT(client.ReadAll(), EndsWith("\r\n\r\n<a=1&b=2>"));
 }
 
 TEST_F(RkHttpServerConcurrentTest, PeersThatEndEarlyAreAnsweredOrForgotten) {

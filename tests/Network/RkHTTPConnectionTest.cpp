@@ -31,16 +31,16 @@ struct RkHTTPConnectionTest : testing::Test {
     std::string m_until = "\r\n\r\n";
     std::string m_request;
     ScriptedPeer m_peer;
+    RkHTTPConnection m_connection{nullptr};
 };
 
 TEST_F(RkHTTPConnectionTest, KeepsThePortOfItsFirstConnectAndTellsAnErrorStatusAsASuccess) {
     m_answer = "HTTP/1.0 404 Not Found\r\n\r\nnone";
-    RkHTTPConnection connection(nullptr);
     for (const unsigned short port : {Port(), static_cast<unsigned short>(1)}) {
-        Exchange(connection, port);
-        EXPECT_EQ(connection.GetResponseResult(), RkHTTPConnection::HTTP_NO_ERROR);
-        EXPECT_EQ(connection.GetResponseCode(), 404);
-        EXPECT_EQ(connection.GetResponseBody(), "none");
+        Exchange(m_connection, port);
+        EXPECT_EQ(m_connection.GetResponseResult(), RkHTTPConnection::HTTP_NO_ERROR);
+        EXPECT_EQ(m_connection.GetResponseCode(), 404);
+        EXPECT_EQ(m_connection.GetResponseBody(), "none");
     }
 }
 
@@ -62,46 +62,42 @@ TEST_F(RkHTTPConnectionTest, SendsTheHeadersOfItsPool) {
 TEST_F(RkHTTPConnectionTest, PostsWithCredentialsAlsoAfterSomeThatFailed) {
     m_until = "a=1";
     const std::string data = "a=1", tooLong(8000001, 'x');  // libcurl's limit for a text is 8,000,000 bytes
-    RkHTTPConnection connection(nullptr);
-    EXPECT_THROW(connection.Connect("user", tooLong, Port(), kUrl, kGenerous), RkBasicConnectionException);
-    connection.Connect("user", "word", Port(), kUrl, kGenerous);
-    connection.SetPostRequest(data);
-    connection.Send();
-    EXPECT_EQ(connection.GetResponseCode(), 200);
+    EXPECT_THROW(m_connection.Connect("user", tooLong, Port(), kUrl, kGenerous), RkBasicConnectionException);
+    m_connection.Connect("user", "word", Port(), kUrl, kGenerous);
+    m_connection.SetPostRequest(data);
+    m_connection.Send();
+    EXPECT_EQ(m_connection.GetResponseCode(), 200);
     EXPECT_THAT(m_request, HasSubstr("POST /page HTTP/1.1\r\n"));
     EXPECT_THAT(m_request, HasSubstr("Authorization: Basic dXNlcjp3b3Jk\r\n"));
 }
 
-TEST(RkHTTPConnection, TellsWhetherItOpenedANetworkConnection) {
+TEST_F(RkHTTPConnectionTest, TellsWhetherItOpenedANetworkConnection) {
     ScriptedPeer peer([](ScriptedPeer::Connection& connection) {
         while (!connection.ReadUntil("\r\n\r\n").empty())
             connection.Write("HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n");
     });
-    RkHTTPConnection connection(nullptr);
     for (const long opened : {1, 0}) {
-        Exchange(connection, peer.Port());
-        EXPECT_EQ(connection.GetConnectionsOpened(), opened);
+        Exchange(m_connection, peer.Port());
+        EXPECT_EQ(m_connection.GetConnectionsOpened(), opened);
     }
 }
 
-TEST(RkHTTPConnection, TellsATimeOut) {
-    ScriptedPeer silent([](ScriptedPeer::Connection& connection) { connection.ReadAll(); });
-    RkHTTPConnection connection(nullptr);
-    connection.Connect(silent.Port(), kUrl, kGenerous);
-    connection.Connect("", "", 1, kUrl, RkTimePeriod(0, 0, 0, 0, 50));  // the changed time-out counts
-    connection.Send();
-    EXPECT_EQ(connection.GetResponseResult(), RkHTTPConnection::TIMEOUT);
-    EXPECT_EQ(connection.GetResponseBody(), "Curl request timed out");
+TEST_F(RkHTTPConnectionTest, TellsATimeOut) {
+    m_until = "never";
+    m_connection.Connect(Port(), kUrl, kGenerous);
+    m_connection.Connect("", "", 1, kUrl, RkTimePeriod(0, 0, 0, 0, 50));  // the changed time-out counts
+    m_connection.Send();
+    EXPECT_EQ(m_connection.GetResponseResult(), RkHTTPConnection::TIMEOUT);
+    EXPECT_EQ(m_connection.GetResponseBody(), "Curl request timed out");
 }
 
-TEST(RkHTTPConnection, TellsWhyThereIsNoAnswerAndWhichOptionFailed) {
-    RkHTTPConnection connection(nullptr);
-    const auto setTooEarly = [&] { connection.SetPostRequest("before any Connect"); };
+TEST_F(RkHTTPConnectionTest, TellsWhyThereIsNoAnswerAndWhichOptionFailed) {
+    const auto setTooEarly = [this] { m_connection.SetPostRequest("before any Connect"); };
     EXPECT_EQ(MessageOf<RkBasicConnectionException>(setTooEarly), "CURL error, code: 43");  // of a missing handle
-    connection.Send();
-    EXPECT_EQ(connection.GetResponseResult(), RkHTTPConnection::UNKNOWN_ERROR);
-    Exchange(connection, UnusedAddress().GetPort());
-    EXPECT_EQ(connection.GetResponseResult(), RkHTTPConnection::UNKNOWN_ERROR);
-    EXPECT_EQ(connection.GetResponseCode(), 0);
-    EXPECT_FALSE(connection.GetResponseBody().empty());
+    m_connection.Send();
+    EXPECT_EQ(m_connection.GetResponseResult(), RkHTTPConnection::UNKNOWN_ERROR);
+    Exchange(m_connection, UnusedAddress().GetPort());
+    EXPECT_EQ(m_connection.GetResponseResult(), RkHTTPConnection::UNKNOWN_ERROR);
+    EXPECT_EQ(m_connection.GetResponseCode(), 0);
+    EXPECT_FALSE(m_connection.GetResponseBody().empty());
 }

@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <functional>
 #include <latch>
 #include <semaphore>
 

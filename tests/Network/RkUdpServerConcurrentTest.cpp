@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <functional>
 #include <future>
 #include <latch>
 #include <stdexcept>

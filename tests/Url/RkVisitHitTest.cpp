@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 
 #include <limits>
-#include <vector>
 
 #include "Network/Url/RkUrl.h"
 

@@ -21,6 +21,8 @@ struct ScriptedDevice : public RkDevice {
             script.front() = text.substr(taken);
         else
             script.pop_front();
+        if (text == EXCEPTION)
+            throw 1;
         return text == FAILURE ? -1 : static_cast<ssize_t>(taken);
     }
     ssize_t Write(const char* data, size_t count) override {
@@ -32,8 +34,8 @@ struct ScriptedDevice : public RkDevice {
     bool Flush() override { return ++flushes, !fails; }
     void Close() override {}
 
-    /// A read of the script that fails.
-    static inline const std::string FAILURE = "<failure>";
+    /// A read of the script that fails, and one that throws.
+    static inline const std::string FAILURE = "<failure>", EXCEPTION = "<exception>";
 
     std::deque<std::string> script;  ///< what each read gives; an empty text is a time-out; after them all come ends
     int reads = 0;

@@ -1,8 +1,5 @@
 #include <gmock/gmock.h>
 
-#include <string>
-#include <vector>
-
 #include "tests/support/Qornet.h"
 
 using testing::HasSubstr, testing::IsEmpty;

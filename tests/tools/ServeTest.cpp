@@ -4,8 +4,8 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <memory>
 
+#include "Network/Network/RkUdpSocket.h"
 #include "tests/support/Qornet.h"
 #include "tests/support/TempDir.h"
 #include "tests/support/TestClient.h"
@@ -142,11 +142,17 @@ TEST_F(ServeTest, RaisesALowLimitOnDescriptors) {
 }
 
 TEST(EchoTest, SendsBackWhatItGetsAndStopsCleanly) {
-    QornetServer server("tcp", {"echo", "tcp"});
-    TestClient client(server.Port());
+    QornetServer tcp("tcp", {"echo", "tcp"}), udp("udp", {"echo", "udp"});
+    TestClient client(tcp.Port());
     const std::string text(100'000, 'e');
     client.Write(text);
     client.ShutdownWrite();
     EXPECT_EQ(client.ReadAll(), text);
-    EXPECT_EQ(server.Stop(SIGINT), 0);
+    RkUdpSocket datagrams(RkInetAddress("127.0.0.1", 0), RkInetAddress("127.0.0.1", udp.Port()));
+    datagrams.Write("hello", 5);
+    char answer[16];
+    EXPECT_EQ(datagrams.Read(answer, sizeof answer, RkTimePeriod(0, 0, 0, 20)), 5);
+    datagrams.Close();
+    for (QornetServer* server : {&tcp, &udp})
+        EXPECT_EQ(server->Stop(SIGINT), 0);
 }

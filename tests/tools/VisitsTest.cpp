@@ -4,7 +4,6 @@
 #include <filesystem>
 #include <fstream>
 
-#include "Network/Network/RkUdpSocket.h"
 #include "tests/support/InThreads.h"
 #include "tests/support/Qornet.h"
 #include "tests/support/TempDir.h"
@@ -106,14 +105,4 @@ TEST(AccessLogTest, WritesAWholeLineForEachRequestAndGoesOnInANewFile) {
     while (Lines(log).empty())
         Ask(server.Port(), "GET / HTTP/1.0\r\n\r\n");
     EXPECT_EQ(server.Stop(), 0);
-}
-
-TEST(EchoUdpTest, SendsBackWhatItGetsAndStopsCleanly) {
-    QornetServer server("udp", {"echo", "udp"});
-    RkUdpSocket client(RkInetAddress("127.0.0.1", 0), RkInetAddress("127.0.0.1", server.Port()));
-    client.Write("hello", 5);
-    char answer[16];
-    EXPECT_EQ(client.Read(answer, sizeof answer, RkTimePeriod(0, 0, 0, 20)), 5);
-    client.Close();
-    EXPECT_EQ(server.Stop(SIGINT), 0);
 }
