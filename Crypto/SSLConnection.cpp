@@ -156,6 +156,9 @@ void SSLConnection::Shutdown(bool& done, bool wait) {
 }
 
 void SSLConnection::SendNotification() {
+    const bool isBegun = (SSL_get_shutdown(m_ssl.get()) & SSL_SENT_SHUTDOWN) != 0;
+    if (!isBegun && SSL_want_write(m_ssl.get()))
+        throw BasicException("close notification failed: an unfinished write stands before it");
     SocketBIO::SendWithoutWaiting(SSL_get_wbio(m_ssl.get()));
     TakeShutdownStep();
     if (!SSL_want_write(m_ssl.get()) || !IsBlocking())

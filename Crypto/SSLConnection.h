@@ -79,8 +79,9 @@ public:
     bool IsResumed() const;
 
     /// Sends the close notification, once. There is nothing to notify of before the handshake is over or after the session
-    /// failed. Throws when it does not go out, also when the peer leaves no room for it on a blocking descriptor for two
-    /// seconds. On a non-blocking one it is left for the next call then.
+    /// failed. Throws when it does not go out: at once after a Write that was left unfinished, whose record it would cut,
+    /// and when the peer leaves no room for it on a blocking descriptor for two seconds. On a non-blocking one it is left for
+    /// the next call then.
     /// @param[out] done  whether both ends have announced the end
     /// @param wait       whether to read on until the peer's notification comes as well
     void Shutdown(bool& done, bool wait);

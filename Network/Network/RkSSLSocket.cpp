@@ -5,6 +5,7 @@
 #include <sys/socket.h>
 #include <sys/time.h>
 
+#include <cerrno>
 #include <utility>
 
 #include "Crypto/BIOMemStream.h"
@@ -356,8 +357,7 @@ ssize_t RkSSLSocket::Read(char* buf, size_t len) {
         Session().Read(buf, len, done);
         return static_cast<ssize_t>(done);
     } catch (const BasicException& e) {
-        DIAG_LOG(m_logger, LV_ERROR, "read failed, " << e.GetMessage());
-        return -1;
+        return Fail("read failed, ", e);
     }
 }
 
@@ -369,8 +369,7 @@ ssize_t RkSSLSocket::Write(const char* buf, size_t len) {
         Session().Write(buf, len, done);
         return static_cast<ssize_t>(done);
     } catch (const BasicException& e) {
-        DIAG_LOG(m_logger, LV_ERROR, "write failed, " << e.GetMessage());
-        return -1;
+        return Fail("write failed, ", e);
     }
 }
 
@@ -398,9 +397,15 @@ ssize_t RkSSLSocket::TransferTimed(Step step, const RkTimePeriod& timeout, const
                 return -1;
         }
     } catch (const BasicException& e) {
-        DIAG_LOG(m_logger, LV_ERROR, complaint << e.GetMessage());
-        return -1;
+        return Fail(complaint, e);
     }
+}
+
+/// Logs why a read or write failed. @return what it returns then; errno says so too, which OpenSSL alone does not set
+ssize_t RkSSLSocket::Fail(const char* complaint, const BasicException& e) {
+    DIAG_LOG(m_logger, LV_ERROR, complaint << e.GetMessage());
+    errno = EPROTO;
+    return -1;
 }
 
 bool RkSSLSocket::Await(int status, const RkTimePeriod& timeout, const char* call) {
@@ -412,9 +417,11 @@ bool RkSSLSocket::Await(int status, const RkTimePeriod& timeout, const char* cal
     else
         return false;
     const int ready = select.Select(timeout, true);
-    if (ready == 0)
+    if (ready == 0) {
         DIAG_LOG(m_logger, LV_DEBUG,
                  "Timed out on " << call << ", timeout is " << timeout.TotalMilliSeconds() << " milliseconds");
+        errno = ETIMEDOUT;
+    }
     return ready > 0;
 }
 

@@ -61,8 +61,9 @@ public:
     ~RkSSLSocket() override;
 
     /// One TLS read: what one record holds. Waits as long as it takes.
-    /// @return bytes; 0 at the end that the peer announced, and when a time-out set on the socket passed; -1 on an error,
-    ///         which a connection that breaks off without announcement is. Throws before Connect or AcceptSocket.
+    /// @return bytes; 0 at the end that the peer announced, and when a time-out set on the socket passed; -1 with errno
+    ///         EPROTO on an error, which a connection that breaks off without announcement is. Throws before Connect or
+    ///         AcceptSocket.
     ssize_t Read(char* buf, size_t len) override;
 
     /// One TLS write of all bytes. @return as Read
@@ -79,7 +80,8 @@ public:
 
     /// As Read(buf, len), but each wait for the peer takes at most `timeout` (zero: without limit). There is no limit on
     /// several waits together. The blocking mode is as before.
-    /// @return bytes, or 0 at the end that the peer announced; -1 after the time-out, on an error and without a session
+    /// @return bytes, or 0 at the end that the peer announced; -1 after the time-out (errno ETIMEDOUT), on an error
+    ///         and without a session (EPROTO)
     ssize_t Read(char* buf, size_t len, const RkTimePeriod& timeout) override;
 
     /// As Write(buf, len), with the time-out as in the timed Read. After -1 a part may have gone out.
@@ -158,6 +160,7 @@ private:
     void LogCipher();
     kstr::Crypto::SSLContext& Context() const;
     kstr::Crypto::SSLConnection& Session() const;
+    ssize_t Fail(const char* complaint, const kstr::BasicException& e);
     bool Await(int status, const RkTimePeriod& timeout, const char* call);
     template <class Step>
     ssize_t TransferTimed(Step step, const RkTimePeriod& timeout, const char* call, const char* complaint);

@@ -149,6 +149,17 @@ TEST_F(SSLConnectionConcurrentTest, AnEndIsAnnouncedOnceAndWaitsForNobody) {
     EXPECT_EQ(MessageOf<RkException>([&] { m_client->Shutdown(done, false); }), "close notification timed out");
 }
 
+TEST_F(SSLConnectionConcurrentTest, NoEndIsAnnouncedWithinARecord) {
+    MakeSession();
+    ::fcntl(m_fds[1], F_SETFL, O_NONBLOCK);
+    const std::string filling(1 << 16, 'x');
+    size_t count = 0;
+    while (m_client->Write(filling.data(), filling.size(), count) == SSLConnection::DONE) {}
+    ::fcntl(m_fds[1], F_SETFL, 0);
+    bool done = true;
+    EXPECT_THAT(MessageOf<RkException>([&] { m_client->Shutdown(done, false); }), HasSubstr("unfinished write"));
+}
+
 TEST_F(SSLConnectionConcurrentTest, AStaleErrorDecidesNothing) {
     MakeSession();
     ::fcntl(m_fds[0], F_SETFL, O_NONBLOCK);

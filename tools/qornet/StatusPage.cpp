@@ -37,9 +37,9 @@ footer { margin-top: 1.5rem; color: var(--soft); } tr:first-child > * { border-t
 </style></head><body>
 )";
 
-/// @return a share of all answers and the latency that it stayed below, in words
+/// @return the latency that a share of all answers stayed below, in words; there is an answer
 std::string LatencyBelow(const ServeStatistics& statistics, double share) {
-    const auto wanted = share * static_cast<double>(std::max<RkUInt64>(statistics.GetAnswers(), 1));
+    const auto wanted = share * static_cast<double>(statistics.GetAnswers());
     double seen = 0;
     for (std::size_t i = 0; i < ServeStatistics::LATENCY_BOUNDS.size(); ++i) {
         seen += static_cast<double>(statistics.GetLatencyCount(i));
@@ -49,7 +49,7 @@ std::string LatencyBelow(const ServeStatistics& statistics, double share) {
             return text.str();
         }
     }
-    return "more than 10 s";
+    return "over 10 s";
 }
 
 std::string Span(double seconds) {
@@ -86,6 +86,13 @@ void PrintHeadline(std::ostream& out, const ServeServer& server) {
         << ", serving " << EscapeHtml(server.GetOptions().root) << "</p>\n";
 }
 
+void PrintLatencyTile(std::ostream& out, const ServeStatistics& statistics) {
+    constexpr const char* NAME = "half of the answers within";
+    if (statistics.GetAnswers() == 0)
+        return PrintTile(out, NAME, "-", "no answer yet");
+    PrintTile(out, NAME, LatencyBelow(statistics, 0.5), "99 of 100 within " + LatencyBelow(statistics, 0.99));
+}
+
 void PrintTiles(std::ostream& out, ServeServer& server) {
     const ServeStatistics& statistics = server.GetStatistics();
     const int idle = server.GetIdleThreads();
@@ -94,8 +101,7 @@ void PrintTiles(std::ostream& out, ServeServer& server) {
     PrintTile(out, "connections open", Grouped(server.GetConnectionCount()),
               Grouped(server.GetAcceptedCount()) + " accepted so far");
     PrintTile(out, "answers", Grouped(statistics.GetAnswers()), Grouped(statistics.GetBytes()) + " bytes of content");
-    PrintTile(out, "half of the answers within", LatencyBelow(statistics, 0.5),
-              "99 of 100 within " + LatencyBelow(statistics, 0.99));
+    PrintLatencyTile(out, statistics);
     PrintTile(out, "pool threads", std::to_string(total),
               std::to_string(total - idle) + " busy, " + std::to_string(server.GetQueuedWork()) + " in the queue");
     out << "</dl>\n";
