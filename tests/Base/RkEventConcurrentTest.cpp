@@ -2,6 +2,7 @@
 
 #include <future>
 #include <limits>
+#include <memory>
 #include <thread>
 
 #include "Base/RkCountingSemaphore.h"

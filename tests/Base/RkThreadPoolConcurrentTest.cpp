@@ -4,6 +4,7 @@
 #include <pthread.h>
 
 #include <atomic>
+#include <functional>
 #include <latch>
 #include <stdexcept>
 #include <thread>

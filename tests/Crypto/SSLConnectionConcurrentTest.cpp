@@ -10,6 +10,8 @@
 
 #include <future>
 #include <stdexcept>
+#include <utility>
+#include <vector>
 
 #include "Crypto/SSLContext.h"
 #include "tests/support/MessageOf.h"

@@ -5,6 +5,7 @@
 #include <openssl/ssl.h>
 
 #include <fstream>
+#include <functional>
 
 #include "Base/BasicException.h"
 #include "tests/support/TempDir.h"

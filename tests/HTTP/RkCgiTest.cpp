@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <sstream>
+
 #include "Base/RkBStream.h"
 #include "Base/RkBase64Decoder.h"
 #include "tests/support/ScriptedDevice.h"

@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 
 #include "tests/support/HttpExchange.h"
 #include "tests/support/ScriptedDevice.h"

@@ -4,6 +4,7 @@
 #include <sys/resource.h>
 
 #include <future>
+#include <tuple>
 
 #include "Network/Network/RkNetworkException.h"
 #include "tests/support/ScriptedPeer.h"

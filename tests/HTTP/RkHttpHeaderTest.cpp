@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <locale>
+
 #include "tests/support/GroupingLocale.h"
 
 TEST(RkHttpHeaderTest, StatusChoosesThePhrase) {

@@ -2,6 +2,9 @@
 
 #include <gmock/gmock.h>
 
+#include <memory>
+#include <tuple>
+
 #include "tests/support/HttpExchange.h"
 #include "tests/support/LambdaHandler.h"
 #include "tests/support/TextTable.h"

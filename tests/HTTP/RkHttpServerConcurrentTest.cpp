@@ -6,6 +6,8 @@
 #include <fstream>
 #include <future>
 #include <latch>
+#include <memory>
+#include <sstream>
 
 #include "Network/Network/RkSSLSocket.h"
 #include "tests/support/InThreads.h"

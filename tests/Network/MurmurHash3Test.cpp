@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <vector>
 
 /// The check of the reference's own test suite: hashes of the keys {}, {0}, {0, 1}, ... with the seeds 256, 255, ... are
 /// hashed once more, and the first four bytes of that tell whether all were right.

@@ -3,6 +3,10 @@
 #include <gmock/gmock.h>
 #include <netdb.h>
 
+#include <memory>
+#include <sstream>
+#include <vector>
+
 #include "Network/Network/RkNetwork.h"
 #include "tests/support/FakeResolver.h"
 #include "tests/support/MessageOf.h"

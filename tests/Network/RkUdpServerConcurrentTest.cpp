@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <functional>
 #include <future>
 #include <latch>
 #include <stdexcept>

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <limits>
+#include <vector>
 
 #include "Network/Url/RkUrl.h"
 

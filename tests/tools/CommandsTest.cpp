@@ -1,5 +1,7 @@
 #include <gmock/gmock.h>
 
+#include <vector>
+
 #include "tests/support/Qornet.h"
 
 using testing::HasSubstr, testing::IsEmpty;

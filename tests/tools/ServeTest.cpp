@@ -4,6 +4,7 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 
 #include "Network/Network/RkUdpSocket.h"
 #include "tests/support/Qornet.h"
