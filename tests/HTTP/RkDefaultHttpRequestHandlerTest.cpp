@@ -1,6 +1,7 @@
 #include "Network/HTTP/RkDefaultHttpRequestHandler.h"
 
 #include <gmock/gmock.h>
+#include <netinet/tcp.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -134,6 +135,23 @@ TEST_F(RkDefaultHttpRequestHandlerTest, HugeFileHasA32BitLength) {
         EXPECT_THAT(testing::internal::GetCapturedStdout(), StartsWith("Caught RkException: "));
         EXPECT_THAT(device.writes.at(0), HasSubstr("\r\nContent-Length: " + std::string(length) + "\r\n\r\n"));
     }
+}
+
+TEST_F(RkDefaultHttpRequestHandlerTest, WhatIsLeftOverOfASentFileIsNotHeldBack) {
+    Write("large", std::string(40000, 'x'));
+    RkTcpSocket listener(RkInetAddress("127.0.0.1", 0), true), client, server;
+    listener.Bind();
+    listener.Listen(1);
+    client.Connect(listener.GetLocalAddress());
+    listener.Accept(server);
+    RkBStream stream(server);
+    RkDefaultHttpRequestHandler("").sendFile(m_dir / "large", stream);
+    int heldBack = 1;
+    socklen_t length = sizeof heldBack;
+    EXPECT_EQ(::getsockopt(server.GetHandle(), IPPROTO_TCP, TCP_CORK, &heldBack, &length), 0);
+    EXPECT_EQ(heldBack, 0);
+    for (RkTcpSocket* const socket : {&listener, &client, &server})
+        socket->Close();
 }
 
 TEST_F(RkDefaultHttpRequestHandlerTest, PeerThatIsGoneIsToldOnStandardOutput) {
