@@ -20,8 +20,9 @@ public:
     /// over, and a thread that waits costs a few pages.
     static constexpr int DEFAULT_MAX_POOL_SIZE = 1200;
 
-    /// Enough for a machine of a few cores to answer short requests without a start-up delay.
-    static constexpr int DEFAULT_START_POOL_SIZE = 4;
+    /// Enough to keep a few processors busy while most threads wait for their peers, as in the middle of TLS handshakes:
+    /// with half as many, processors idle long before work has waited so long that threads are added.
+    static constexpr int DEFAULT_START_POOL_SIZE = 8;
 
     /// @param maxSize          most threads at a time; below 1 reads as 1
     /// @param startSize        threads made at once and kept; held to 0..maxSize
