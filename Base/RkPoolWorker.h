@@ -8,7 +8,7 @@
 #include "Base/RkThread.h"
 #include "Base/RkWakeUp.h"
 
-/// Inside a thread pool: a place for one thread at a time, with the loop that the thread runs and where it is handed work.
+/// Inside a thread pool: a place for one thread at a time, with the loop that the thread runs.
 /// Places are used again and last as long as their pool, so that a thread which wakes another never meets freed memory.
 class RkPoolWorker : public RkRunnable {
 public:
@@ -35,7 +35,7 @@ public:
     void Run() override;
     void Stop() override;  ///< hands on to what it runs, if anything
 
-    /// Tells the thread that waits in AwaitNews that it was given work.
+    /// Tells the thread that waits in AwaitNews to ask for work.
     void Wake() { m_news.Post(); }
 
     /// Tells the thread to end, and what it runs to stop. Work that it has not begun by then does not run.
@@ -49,9 +49,8 @@ public:
 
     // These are the pool's, under its lock.
     std::unique_ptr<RkThread> thread;
-    bool isCounted = false;       ///< in the pool's total
-    bool isStarting = false;      ///< has not asked for work yet
-    RkRunnable* given = nullptr;  ///< handed over to the idle thread, not yet taken
+    bool isCounted = false;  ///< in the pool's total
+    bool isComing = false;   ///< started or woken, and has not asked for work yet
 
 private:
     void Execute(RkRunnable* work);

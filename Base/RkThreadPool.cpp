@@ -7,6 +7,7 @@
 #include <condition_variable>
 #include <deque>
 #include <mutex>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -37,8 +38,10 @@ constexpr milliseconds RETRY_PAUSE{100};
 /// The queue, the stack of idle workers, and the supervisor: a thread that sleeps while no work waits and adds threads for
 /// work that has waited too long. Its loop is this class's Run.
 ///
-/// One worker is woken at a time: work that comes meanwhile is queued, and the woken worker wakes the next one if it finds
-/// some there when it takes its own. So a burst of short work wakes few threads, and long work keeps none waiting.
+/// Work wakes an idle worker but is not bound to it: a busy one that comes free before the woken one has got a processor
+/// takes it. At most as many workers are on their way as there are processors, so that a burst of short work wakes few
+/// threads; a single one might have to wait for a processor while another processor idles. A worker that comes wakes the
+/// next one if there is more work, so that long work keeps none waiting.
 class RkThreadPool::Impl : public RkRunnable, public RkPoolWorker::Owner {
 public:
     Impl(int maxSize, int startSize, bool deleteRunnables, int poolWaitTime, const RkTimePeriod& idle,
@@ -63,13 +66,14 @@ private:
     void Leave(RkPoolWorker& worker) override;
     void Dispose(RkRunnable* work) const override;
 
-    void GiveToIdle(RkRunnable* work, Guard& guard);
+    void CallForRest(Guard& guard);
+    void WakeIdle(Guard& guard);
     void CallSupervisor(Guard& guard);
-    RkRunnable* TakeGiven(RkPoolWorker& worker);
     RkRunnable* TakeFirst();
-    RkRunnable* AwaitWork(RkPoolWorker& worker);
+    bool AwaitNews(RkPoolWorker& worker);
     bool MayEnd(RkPoolWorker& worker);
     void Uncount(RkPoolWorker& worker);
+    bool IsWorkLeft() const;
     bool WorkWaits() const;
     Clock::time_point WhenToGrow();
     void Grow(Guard& guard);
@@ -81,6 +85,7 @@ private:
     const int m_maxSize;
     const int m_startSize;
     const bool m_deleteRunnables;
+    const int m_mostComing = std::max(static_cast<int>(std::thread::hardware_concurrency()), 1);
     const milliseconds m_waitTime;
     const RkTimePeriod m_idleTime;
     RkPooledThreadFactory m_defaultFactory;
@@ -97,9 +102,8 @@ private:
     Clock::time_point m_movedAt{};        ///< when the supervisor last saw that
     Clock::time_point m_growAt{};         ///< no thread is made before
     int m_total = 0;                      ///< threads alive or being made
-    int m_starting = 0;                   ///< of these, the ones that have not asked for work yet
+    int m_coming = 0;                     ///< of these, the ones started or woken that have not asked for work yet
     bool m_watching = false;              ///< the supervisor looks at the queue again without being woken
-    bool m_isWaking = false;              ///< a worker was given work and has not taken it yet
     bool m_stopped = false;
 
     RkThread m_supervisor;
@@ -132,20 +136,26 @@ void RkThreadPool::Impl::DoWork(RkRunnable* work) {
     if (m_stopped) {
         guard.unlock();
         Dispose(work);
-    } else if (!m_idle.empty() && !m_isWaking) {
-        GiveToIdle(work, guard);
-    } else {
-        m_queue.push_back({work, Clock::now()});
-        CallSupervisor(guard);
+        return;
     }
+    m_queue.push_back({work, Clock::now()});
+    CallForRest(guard);
+}
+
+/// Wakes who sees to the work that no worker is coming for. May let go of the lock.
+void RkThreadPool::Impl::CallForRest(Guard& guard) {
+    if (m_idle.empty())
+        CallSupervisor(guard);
+    else if (IsWorkLeft() && m_coming < m_mostComing)
+        WakeIdle(guard);
 }
 
 /// Lets go of the lock before it wakes the thread, which would run into it.
-void RkThreadPool::Impl::GiveToIdle(RkRunnable* work, Guard& guard) {
+void RkThreadPool::Impl::WakeIdle(Guard& guard) {
     RkPoolWorker* worker = m_idle.back();
     m_idle.pop_back();
-    worker->given = work;
-    m_isWaking = true;
+    worker->isComing = true;
+    ++m_coming;
     guard.unlock();
     worker->Wake();
 }
@@ -159,35 +169,23 @@ void RkThreadPool::Impl::CallSupervisor(Guard& guard) {
         m_attention.notify_one();
 }
 
-/// What the worker was woken for. Sees to what came meanwhile.
-/// @return null when it is to end
-RkRunnable* RkThreadPool::Impl::TakeGiven(RkPoolWorker& worker) {
-    Guard guard(m_lock);
-    RkRunnable* work = std::exchange(worker.given, nullptr);
-    m_isWaking = false;
-    if (m_stopped || m_queue.empty())
-        return work;
-    if (m_idle.empty())
-        CallSupervisor(guard);
-    else
-        GiveToIdle(TakeFirst(), guard);
-    return work;
-}
-
+// What a worker was woken for may be gone when it comes: then it is idle again.
 RkRunnable* RkThreadPool::Impl::NextFor(RkPoolWorker& worker) {
-    {
-        const Guard guard(m_lock);
-        const bool isNew = std::exchange(worker.isStarting, false);
-        m_starting -= isNew;
+    do {
+        Guard guard(m_lock);
+        const bool hasCome = std::exchange(worker.isComing, false);
+        m_coming -= hasCome;
         if (m_stopped)
             return nullptr;
         if (!m_queue.empty()) {
-            m_moved |= !isNew;
-            return TakeFirst();
+            m_moved |= !hasCome;
+            RkRunnable* work = TakeFirst();
+            CallForRest(guard);
+            return work;
         }
         m_idle.push_back(&worker);
-    }
-    return AwaitWork(worker);
+    } while (AwaitNews(worker));
+    return nullptr;
 }
 
 RkRunnable* RkThreadPool::Impl::TakeFirst() {
@@ -196,20 +194,21 @@ RkRunnable* RkThreadPool::Impl::TakeFirst() {
     return work;
 }
 
-// A thread that is kept when its idle time is over waits without limit from then on: threads are added only when none is
-// idle, so there is no need to look again before it was busy.
-RkRunnable* RkThreadPool::Impl::AwaitWork(RkPoolWorker& worker) {
+/// Waits until there may be work. A thread that is kept when its idle time is over waits without limit from then on: threads
+/// are added only when none is idle, so there is no need to look again before it was woken.
+/// @return false when the worker is to end
+bool RkThreadPool::Impl::AwaitNews(RkPoolWorker& worker) {
     if (m_idleTime <= RkTimePeriod()) {
         worker.AwaitNews();
     } else if (!worker.AwaitNews(DeadlineAfter(m_idleTime))) {
         if (MayEnd(worker))
-            return nullptr;
+            return false;
         worker.AwaitNews();
     }
-    return TakeGiven(worker);
+    return true;
 }
 
-/// Takes an idle worker that the pool can spare off the stack. One that is not there any more has work on its way.
+/// Takes an idle worker that the pool can spare off the stack. One that is not there any more was woken.
 bool RkThreadPool::Impl::MayEnd(RkPoolWorker& worker) {
     const Guard guard(m_lock);
     const auto place = std::find(m_idle.begin(), m_idle.end(), &worker);
@@ -222,7 +221,7 @@ bool RkThreadPool::Impl::MayEnd(RkPoolWorker& worker) {
 
 void RkThreadPool::Impl::Uncount(RkPoolWorker& worker) {
     m_total -= std::exchange(worker.isCounted, false);
-    m_starting -= std::exchange(worker.isStarting, false);
+    m_coming -= std::exchange(worker.isComing, false);
 }
 
 // Each thread that ends joins the one that ended before it, so that never more than one is left unjoined.
@@ -262,18 +261,19 @@ void RkThreadPool::Impl::Run() {
     }
 }
 
-/// @return whether there is work that no thread is about to take, and room for one more thread
-bool RkThreadPool::Impl::WorkWaits() const {
-    return m_idle.empty() && m_queue.size() > static_cast<std::size_t>(m_starting) && m_total < m_maxSize;
-}
+/// @return whether there is work that no thread is coming for
+bool RkThreadPool::Impl::IsWorkLeft() const { return m_queue.size() > static_cast<std::size_t>(m_coming); }
 
-/// When the oldest work that no new thread is about to take has waited for too long.
+/// @return whether such work needs one more thread, and there is room for it
+bool RkThreadPool::Impl::WorkWaits() const { return m_idle.empty() && IsWorkLeft() && m_total < m_maxSize; }
+
+/// When the oldest work that no thread is coming for has waited for too long.
 Clock::time_point RkThreadPool::Impl::WhenToGrow() {
     if (m_total == 0)
         return m_growAt;
     if (std::exchange(m_moved, false))
         m_movedAt = Clock::now();
-    const auto since = m_queue[static_cast<std::size_t>(m_starting)].since;
+    const auto since = m_queue[static_cast<std::size_t>(m_coming)].since;
     const auto tooLong = std::min(std::max(since, m_movedAt), since + MOVING_GRACE) + m_waitTime;
     return std::max(tooLong, m_growAt);
 }
@@ -293,9 +293,9 @@ void RkThreadPool::Impl::Grow(Guard& guard) {
 /// @return false when there is none to be had
 bool RkThreadPool::Impl::AddThread(Guard& guard) {
     RkPoolWorker& worker = FreePlace();
-    worker.isCounted = worker.isStarting = true;
+    worker.isCounted = worker.isComing = true;
     ++m_total;
-    ++m_starting;
+    ++m_coming;
     if (StartThread(worker, guard))
         return true;
     const auto unused = std::move(worker.thread);
