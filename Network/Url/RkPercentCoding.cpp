@@ -8,28 +8,21 @@
 namespace {
 
 constexpr std::ptrdiff_t WORD = sizeof(std::uint64_t);
-constexpr std::size_t PIECE = 256;  ///< bytes decoded at once
 static_assert(std::endian::native == std::endian::little, "the first byte of a word is its lowest");
 
 constexpr bool IsKept(unsigned char c) {
     return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
 }
 
-/// What a byte becomes. Four bytes are copied whatever the length, without a branch; the last is a NUL, which may fall on
-/// the terminator of the output.
-struct Encoded {
-    char text[4];
-    std::uint32_t length;
-};
-
+/// What a byte becomes: itself, or "%", two digits and a NUL that is not part of it.
 constexpr auto ENCODED = [] {
     constexpr char digits[] = "0123456789ABCDEF";
-    std::array<Encoded, 256> table{};
+    std::array<std::array<char, 4>, 256> table{};
     for (unsigned c = 0; c < table.size(); ++c) {
         if (IsKept(static_cast<unsigned char>(c)))
-            table[c] = {{static_cast<char>(c)}, 1};
+            table[c] = {static_cast<char>(c)};
         else
-            table[c] = {{'%', digits[c >> 4], digits[c & 15]}, 3};
+            table[c] = {'%', digits[c >> 4], digits[c & 15]};
     }
     return table;
 }();
@@ -54,20 +47,19 @@ std::uint64_t MarkBytes(std::uint64_t word, char c) {
     return (zeroes - Repeat(1)) & ~zeroes & Repeat('\x80');
 }
 
-/// Decodes a piece of a text into a buffer with room for a word more than the piece.
-class PieceDecoder {
+/// Decodes a text into a buffer of the text's length.
+class Decoder {
 public:
     /// @return number of bytes in `to`
-    static std::size_t Decode(std::string_view piece, char* to) {
-        PieceDecoder at(piece, to);
+    static std::size_t Decode(std::string_view text, char* to) {
+        Decoder at(text, to);
         at.DecodeWords();
-        while (at.m_from != at.m_end)
-            at.DecodeOne();
+        at.DecodeRest();
         return static_cast<std::size_t>(at.m_to - to);
     }
 
 private:
-    PieceDecoder(std::string_view piece, char* to) : m_from(piece.data()), m_end(m_from + piece.size()), m_to(to) {}
+    Decoder(std::string_view text, char* to) : m_from(text.data()), m_end(m_from + text.size()), m_to(to) {}
 
     // A word is copied whole, also beyond the first "%" or "+" in it: what is too much is written over.
     void DecodeWords() {
@@ -79,43 +71,52 @@ private:
             const int plain = std::countr_zero(marks) / 8;  // all of them for 0
             m_from += plain;
             m_to += plain;
-            if (marks != 0)
-                DecodeRun();
+            DecodeMarks();
         }
     }
 
-    void DecodeRun() {
-        do
-            DecodeOne();
-        while (m_from != m_end && *m_from == '%');
+    void DecodeRest() {
+        while (m_from != m_end) {
+            if (*m_from == '%')
+                DecodePercent();
+            else
+                PutFor(*m_from == '+' ? ' ' : *m_from);
+        }
     }
 
-    void DecodeOne() {
-        if (*m_from == '%' && m_end - m_from > 2) {
+    /// Decodes the "%" and "+" that come next, if any.
+    void DecodeMarks() {
+        while (m_from != m_end) {
+            if (*m_from == '%')
+                DecodePercent();
+            else if (*m_from == '+')
+                PutFor(' ');
+            else
+                return;
+        }
+    }
+
+    void DecodePercent() {
+        if (m_end - m_from > 2) {
             const unsigned high = DIGIT_VALUE[static_cast<unsigned char>(m_from[1])];
             const unsigned low = DIGIT_VALUE[static_cast<unsigned char>(m_from[2])];
             if ((high | low) != NO_DIGIT) {
-                *m_to++ = static_cast<char>(high << 4 | low);
-                m_from += 3;
+                PutFor(static_cast<char>(high << 4 | low), 3);
                 return;
             }
         }
-        *m_to++ = *m_from == '+' ? ' ' : *m_from;
-        ++m_from;
+        PutFor('%');
+    }
+
+    void PutFor(char c, int taken = 1) {
+        *m_to++ = c;
+        m_from += taken;
     }
 
     const char* m_from;
     const char* m_end;
     char* m_to;
 };
-
-/// The longest beginning of `in` that fits a buffer and does not end within a triplet.
-std::string_view NextPiece(std::string_view in) {
-    if (in.size() <= PIECE)
-        return in;
-    const std::string_view piece = in.substr(0, PIECE);
-    return piece.substr(0, piece.find('%', PIECE - 2));
-}
 
 }  // namespace
 
@@ -124,19 +125,19 @@ void RkPercentCoding::Encode(std::string_view in, std::string& out) {
     out.resize(before + 3 * in.size());
     char* to = out.data() + before;
     for (const char c : in) {
-        const Encoded& code = ENCODED[static_cast<unsigned char>(c)];
-        std::memcpy(to, code.text, sizeof code.text);
-        to += code.length;
+        const auto& code = ENCODED[static_cast<unsigned char>(c)];
+        if (code[0] == '%') {
+            std::memcpy(to, code.data(), code.size());  // the NUL may fall on the terminator of the output
+            to += 3;
+        } else {
+            *to++ = c;
+        }
     }
     out.resize(static_cast<std::size_t>(to - out.data()));
 }
 
-// By way of the stack, so that the output gets the room it needs and no more, and none is filled in vain.
 void RkPercentCoding::Decode(std::string_view in, std::string& out) {
-    char buffer[PIECE + WORD];
-    while (!in.empty()) {
-        const std::string_view piece = NextPiece(in);
-        out.append(buffer, PieceDecoder::Decode(piece, buffer));
-        in.remove_prefix(piece.size());
-    }
+    const std::size_t before = out.size();
+    out.resize(before + in.size());
+    out.resize(before + Decoder::Decode(in, out.data() + before));
 }
