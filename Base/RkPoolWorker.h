@@ -51,6 +51,7 @@ public:
     std::unique_ptr<RkThread> thread;
     bool isCounted = false;  ///< in the pool's total
     bool isComing = false;   ///< started or woken, and has not asked for work yet
+    int processor = -1;      ///< where it went idle
 
 private:
     void Execute(RkRunnable* work);

@@ -1,6 +1,7 @@
 #include "Base/RkThreadPool.h"
 
 #include <pthread.h>
+#include <sched.h>
 
 #include <algorithm>
 #include <chrono>
@@ -23,6 +24,9 @@ using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
 constexpr int DEFAULT_WAIT_MS = 2;
+
+/// How many idle threads are looked at for one of the caller's processor.
+constexpr std::ptrdiff_t MOST_LOOKED_AT = 8;
 
 /// How much longer work may wait while threads that came free take other work.
 constexpr milliseconds MOVING_GRACE{20};
@@ -68,6 +72,7 @@ private:
 
     void CallForRest(Guard& guard);
     void WakeIdle(Guard& guard);
+    RkPoolWorker& TakeIdle();
     void CallSupervisor(Guard& guard);
     RkRunnable* TakeFirst();
     bool AwaitNews(RkPoolWorker& worker);
@@ -152,12 +157,24 @@ void RkThreadPool::Impl::CallForRest(Guard& guard) {
 
 /// Lets go of the lock before it wakes the thread, which would run into it.
 void RkThreadPool::Impl::WakeIdle(Guard& guard) {
-    RkPoolWorker* worker = m_idle.back();
-    m_idle.pop_back();
-    worker->isComing = true;
+    RkPoolWorker& worker = TakeIdle();
+    worker.isComing = true;
     ++m_coming;
     guard.unlock();
-    worker->Wake();
+    worker.Wake();
+}
+
+/// The last worker on the stack that went idle on this processor: it finds its memory in the cache there, and no other
+/// processor is interrupted for it. If that takes a long look, the last one.
+RkPoolWorker& RkThreadPool::Impl::TakeIdle() {
+    const int here = ::sched_getcpu();
+    const auto end = m_idle.rbegin() + std::min(std::ssize(m_idle), MOST_LOOKED_AT);
+    auto place = std::find_if(m_idle.rbegin(), end, [here](const auto* worker) { return worker->processor == here; });
+    if (place == end)
+        place = m_idle.rbegin();
+    RkPoolWorker& worker = **place;
+    m_idle.erase(std::next(place).base());
+    return worker;
 }
 
 /// Wakes the supervisor where it has something to look after, and lets go of the lock.
@@ -183,6 +200,7 @@ RkRunnable* RkThreadPool::Impl::NextFor(RkPoolWorker& worker) {
             CallForRest(guard);
             return work;
         }
+        worker.processor = ::sched_getcpu();
         m_idle.push_back(&worker);
     } while (AwaitNews(worker));
     return nullptr;

@@ -7,11 +7,11 @@
 
 /// Runs runnables on a set of threads that grows while work waits and shrinks when it is idle.
 ///
-/// Work is taken in the order of its arrival; the most recently idle thread is woken first, and only one for each
-/// hand-over. Threads are added when work has *waited*, not whenever some is handed over, so that a burst of short requests
-/// runs on few threads while a thousand silent clients still get theirs, within a few steps of milliseconds. A supervisor
-/// thread, asleep while no work waits, sees to that. Where the system or the factory has no thread to give, the pool logs
-/// it and tries again while work waits.
+/// Work is taken in the order of its arrival. It wakes one thread: the most recently idle one, and among the latest few one
+/// of the caller's processor first. Threads are added when work has *waited*, not whenever some is handed over, so that a
+/// burst of short requests runs on few threads while a thousand silent clients still get theirs, within a few steps of
+/// milliseconds. A supervisor thread, asleep while no work waits, sees to that. Where the system or the factory has no thread
+/// to give, the pool logs it and tries again while work waits.
 ///
 /// All operations are safe from any thread. The pool is not destroyed by one of its own threads.
 class QOR_BASE_EXPORT RkThreadPool {

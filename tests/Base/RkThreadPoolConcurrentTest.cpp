@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <pthread.h>
+#include <sched.h>
 
 #include <atomic>
 #include <functional>
@@ -41,6 +42,25 @@ struct RkThreadPoolTest : testing::Test {
             std::this_thread::yield();
     }
 
+    static void MoveTo(int processor) {
+        cpu_set_t only;
+        CPU_ZERO(&only);
+        CPU_SET(static_cast<std::size_t>(processor), &only);
+        ASSERT_EQ(::sched_setaffinity(0, sizeof only, &only), 0);
+    }
+
+    /// Of those that this process may use; the same twice if there is only one.
+    static std::pair<int, int> FirstAndLastProcessor() {
+        cpu_set_t usable;
+        EXPECT_EQ(::sched_getaffinity(0, sizeof usable, &usable), 0);
+        int first = 0, last = CPU_SETSIZE - 1;
+        while (!CPU_ISSET(static_cast<std::size_t>(first), &usable))
+            ++first;
+        while (!CPU_ISSET(static_cast<std::size_t>(last), &usable))
+            --last;
+        return {first, last};
+    }
+
     const std::shared_ptr<int> m_living = std::make_shared<int>();  ///< each work that is not deleted yet has a share
     std::atomic<int> m_runs = 0, m_stops = 0;
     std::unique_ptr<RkThreadPool> m_pool;
@@ -74,21 +94,28 @@ TEST_F(RkThreadPoolTest, GivesBlockedWorkThreadsUpToTheMaximumAndStopReachesThem
     }
 }
 
-TEST_F(RkThreadPoolTest, WakesTheMostRecentlyIdleThread) {
-    Make(2, 2);
-    for (int last : {0, 1}) {
-        std::latch begun(3), mayEnd[2] = {std::latch(1), std::latch(1)};
-        std::thread::id ids[2], woken;
-        for (int i : {0, 1})
-            Do([&, i](RkEvent&) { ids[i] = std::this_thread::get_id(), begun.arrive_and_wait(), mayEnd[i].wait(); });
-        begun.arrive_and_wait();
-        mayEnd[1 - last].count_down();
-        AwaitThat([&] { return m_pool->GetIdle() == 1; });
-        mayEnd[last].count_down();
-        AwaitThat([&] { return m_pool->GetIdle() == 2; });
-        Do([&](RkEvent&) { woken = std::this_thread::get_id(); });
-        AwaitThat([&] { return m_pool->GetIdle() == 2; });
-        EXPECT_EQ(woken, ids[last]);
+TEST_F(RkThreadPoolTest, WakesTheMostRecentlyIdleThreadOfTheCallersProcessor) {
+    Make(3, 3);
+    const auto [first, last] = FirstAndLastProcessor();
+    const int processors[] = {first, first, last};
+    std::latch begun(4), mayEnd[3] = {std::latch(1), std::latch(1), std::latch(1)};
+    std::thread::id ids[3];
+    for (int i : {0, 1, 2})
+        Do([&, i](RkEvent&) {
+            ids[i] = std::this_thread::get_id();
+            MoveTo(processors[i]);
+            begun.arrive_and_wait(), mayEnd[i].wait();
+        });
+    begun.arrive_and_wait();
+    for (int i : {0, 1, 2}) {
+        mayEnd[i].count_down();
+        AwaitThat([&] { return m_pool->GetIdle() == i + 1; });
+    }
+    for (int caller : {first, last, last}) {  // the thread that ran last is the most recently idle one from then on
+        std::thread::id woken;
+        std::thread([&] { MoveTo(caller), Do([&](RkEvent&) { woken = std::this_thread::get_id(); }); }).join();
+        AwaitThat([&] { return m_pool->GetIdle() == 3; });
+        EXPECT_EQ(woken, ids[caller == last ? 2 : 1]);
     }
 }
 
