@@ -49,9 +49,10 @@ public:
 
     // These are the pool's, under its lock.
     std::unique_ptr<RkThread> thread;
-    bool isCounted = false;  ///< in the pool's total
-    bool isComing = false;   ///< started or woken, and has not asked for work yet
-    int processor = -1;      ///< where it went idle
+    bool isCounted = false;   ///< in the pool's total
+    bool isStarting = false;  ///< has not asked for work yet
+    bool isWoken = false;     ///< has not asked for work since
+    int processor = -1;       ///< where it went idle
 
 private:
     void Execute(RkRunnable* work);

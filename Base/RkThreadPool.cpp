@@ -43,7 +43,7 @@ constexpr milliseconds RETRY_PAUSE{100};
 /// work that has waited too long. Its loop is this class's Run.
 ///
 /// Work wakes an idle worker but is not bound to it: a busy one that comes free before the woken one has got a processor
-/// takes it. At most as many workers are on their way as there are processors, so that a burst of short work wakes few
+/// takes it. At most as many woken workers are on their way as there are processors, so that a burst of short work wakes few
 /// threads; a single one might have to wait for a processor while another processor idles. A worker that comes wakes the
 /// next one if there is more work, so that long work keeps none waiting.
 class RkThreadPool::Impl : public RkRunnable, public RkPoolWorker::Owner {
@@ -75,10 +75,10 @@ private:
     RkPoolWorker& TakeIdle();
     void CallSupervisor(Guard& guard);
     RkRunnable* TakeFirst();
+    bool Arrive(RkPoolWorker& worker);
     bool AwaitNews(RkPoolWorker& worker);
     bool MayEnd(RkPoolWorker& worker);
     void Uncount(RkPoolWorker& worker);
-    bool IsWorkLeft() const;
     bool WorkWaits() const;
     Clock::time_point WhenToGrow();
     void Grow(Guard& guard);
@@ -90,7 +90,7 @@ private:
     const int m_maxSize;
     const int m_startSize;
     const bool m_deleteRunnables;
-    const int m_mostComing = std::max(static_cast<int>(std::thread::hardware_concurrency()), 1);
+    const int m_mostWoken = std::max(static_cast<int>(std::thread::hardware_concurrency()), 1);
     const milliseconds m_waitTime;
     const RkTimePeriod m_idleTime;
     RkPooledThreadFactory m_defaultFactory;
@@ -107,7 +107,8 @@ private:
     Clock::time_point m_movedAt{};        ///< when the supervisor last saw that
     Clock::time_point m_growAt{};         ///< no thread is made before
     int m_total = 0;                      ///< threads alive or being made
-    int m_coming = 0;                     ///< of these, the ones started or woken that have not asked for work yet
+    int m_starting = 0;                   ///< of these, the ones that have not asked for work yet; they may never do
+    int m_woken = 0;                      ///< and the woken ones that have not asked since
     bool m_watching = false;              ///< the supervisor looks at the queue again without being woken
     bool m_stopped = false;
 
@@ -147,19 +148,19 @@ void RkThreadPool::Impl::DoWork(RkRunnable* work) {
     CallForRest(guard);
 }
 
-/// Wakes who sees to the work that no worker is coming for. May let go of the lock.
+/// Wakes who sees to the work that no woken worker is coming for. May let go of the lock.
 void RkThreadPool::Impl::CallForRest(Guard& guard) {
     if (m_idle.empty())
         CallSupervisor(guard);
-    else if (IsWorkLeft() && m_coming < m_mostComing)
+    else if (m_queue.size() > static_cast<std::size_t>(m_woken) && m_woken < m_mostWoken)
         WakeIdle(guard);
 }
 
 /// Lets go of the lock before it wakes the thread, which would run into it.
 void RkThreadPool::Impl::WakeIdle(Guard& guard) {
     RkPoolWorker& worker = TakeIdle();
-    worker.isComing = true;
-    ++m_coming;
+    worker.isWoken = true;
+    ++m_woken;
     guard.unlock();
     worker.Wake();
 }
@@ -190,12 +191,11 @@ void RkThreadPool::Impl::CallSupervisor(Guard& guard) {
 RkRunnable* RkThreadPool::Impl::NextFor(RkPoolWorker& worker) {
     do {
         Guard guard(m_lock);
-        const bool hasCome = std::exchange(worker.isComing, false);
-        m_coming -= hasCome;
+        const bool wasComing = Arrive(worker);
         if (m_stopped)
             return nullptr;
         if (!m_queue.empty()) {
-            m_moved |= !hasCome;
+            m_moved |= !wasComing;
             RkRunnable* work = TakeFirst();
             CallForRest(guard);
             return work;
@@ -204,6 +204,15 @@ RkRunnable* RkThreadPool::Impl::NextFor(RkPoolWorker& worker) {
         m_idle.push_back(&worker);
     } while (AwaitNews(worker));
     return nullptr;
+}
+
+/// @return whether the worker was on its way
+bool RkThreadPool::Impl::Arrive(RkPoolWorker& worker) {
+    const bool isNew = std::exchange(worker.isStarting, false);
+    const bool isWoken = std::exchange(worker.isWoken, false);
+    m_starting -= isNew;
+    m_woken -= isWoken;
+    return isNew || isWoken;
 }
 
 RkRunnable* RkThreadPool::Impl::TakeFirst() {
@@ -239,7 +248,7 @@ bool RkThreadPool::Impl::MayEnd(RkPoolWorker& worker) {
 
 void RkThreadPool::Impl::Uncount(RkPoolWorker& worker) {
     m_total -= std::exchange(worker.isCounted, false);
-    m_coming -= std::exchange(worker.isComing, false);
+    Arrive(worker);
 }
 
 // Each thread that ends joins the one that ended before it, so that never more than one is left unjoined.
@@ -279,11 +288,10 @@ void RkThreadPool::Impl::Run() {
     }
 }
 
-/// @return whether there is work that no thread is coming for
-bool RkThreadPool::Impl::IsWorkLeft() const { return m_queue.size() > static_cast<std::size_t>(m_coming); }
-
-/// @return whether such work needs one more thread, and there is room for it
-bool RkThreadPool::Impl::WorkWaits() const { return m_idle.empty() && IsWorkLeft() && m_total < m_maxSize; }
+/// @return whether there is work that no thread is coming for, and room for one more thread
+bool RkThreadPool::Impl::WorkWaits() const {
+    return m_idle.empty() && m_queue.size() > static_cast<std::size_t>(m_starting + m_woken) && m_total < m_maxSize;
+}
 
 /// When the oldest work that no thread is coming for has waited for too long.
 Clock::time_point RkThreadPool::Impl::WhenToGrow() {
@@ -291,7 +299,7 @@ Clock::time_point RkThreadPool::Impl::WhenToGrow() {
         return m_growAt;
     if (std::exchange(m_moved, false))
         m_movedAt = Clock::now();
-    const auto since = m_queue[static_cast<std::size_t>(m_coming)].since;
+    const auto since = m_queue[static_cast<std::size_t>(m_starting + m_woken)].since;
     const auto tooLong = std::min(std::max(since, m_movedAt), since + MOVING_GRACE) + m_waitTime;
     return std::max(tooLong, m_growAt);
 }
@@ -311,9 +319,9 @@ void RkThreadPool::Impl::Grow(Guard& guard) {
 /// @return false when there is none to be had
 bool RkThreadPool::Impl::AddThread(Guard& guard) {
     RkPoolWorker& worker = FreePlace();
-    worker.isCounted = worker.isComing = true;
+    worker.isCounted = worker.isStarting = true;
     ++m_total;
-    ++m_coming;
+    ++m_starting;
     if (StartThread(worker, guard))
         return true;
     const auto unused = std::move(worker.thread);

@@ -9,6 +9,7 @@
 #include <latch>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
 #include "Base/RkEvent.h"
 #include "tests/support/CapturingSink.h"
@@ -52,7 +53,8 @@ struct RkThreadPoolTest : testing::Test {
     /// Of those that this process may use; the same twice if there is only one.
     static std::pair<int, int> FirstAndLastProcessor() {
         cpu_set_t usable;
-        EXPECT_EQ(::sched_getaffinity(0, sizeof usable, &usable), 0);
+        if (::sched_getaffinity(0, sizeof usable, &usable) != 0)
+            throw std::runtime_error("cannot tell the processors");
         int first = 0, last = CPU_SETSIZE - 1;
         while (!CPU_ISSET(static_cast<std::size_t>(first), &usable))
             ++first;
@@ -187,6 +189,32 @@ TEST_F(RkThreadPoolTest, OutlivesWhatItsWorkThrows) {
     EXPECT_EQ(Living(), 0);
     EXPECT_THAT(log->Messages(), testing::ElementsAre("Exception left RkRunnable::Run: no luck",
                                                       "Unknown exception left RkRunnable::Stop"));
+}
+
+TEST_F(RkThreadPoolTest, HandsWorkToAnIdleThreadWhileTheFactoryHesitates) {
+    struct Factory : RkPooledThreadFactory {
+        RkThread* CreateThread(RkRunnable* loop) override {
+            if (++calls == 1)
+                return RkPooledThreadFactory::CreateThread(loop);
+            if (calls == 2)
+                asked.count_down(), answer.wait();
+            return nullptr;
+        }
+        std::atomic<int> calls = 0;
+        std::latch asked{1}, answer{1};
+    } factory;
+    const LogCapture log;
+    Make(2, 1, 0, RkTimePeriod(), &factory);
+    std::latch mayEnd(1), done(1);
+    Do([&](RkEvent&) { mayEnd.wait(); });
+    Do([](RkEvent&) {});  // waits so long that a second thread is asked for
+    factory.asked.wait();
+    mayEnd.count_down();
+    AwaitThat([&] { return m_pool->GetIdle() == 1; });
+    Do([&](RkEvent&) { done.count_down(); });
+    done.wait();
+    factory.answer.count_down();
+    m_pool.reset();
 }
 
 TEST_F(RkThreadPoolTest, RunsOnThreadsOfItsFactoryAndTriesAgainWhenThereIsNone) {
