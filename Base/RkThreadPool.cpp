@@ -107,7 +107,7 @@ private:
     Clock::time_point m_movedAt{};        ///< when the supervisor last saw that
     Clock::time_point m_growAt{};         ///< no thread is made before
     int m_total = 0;                      ///< threads alive or being made
-    int m_starting = 0;                   ///< of these, the ones that have not asked for work yet; they may never do
+    int m_starting = 0;                   ///< of these, the ones that have not asked for work yet, and may fail to
     int m_woken = 0;                      ///< and the woken ones that have not asked since
     bool m_watching = false;              ///< the supervisor looks at the queue again without being woken
     bool m_stopped = false;
@@ -166,7 +166,7 @@ void RkThreadPool::Impl::WakeIdle(Guard& guard) {
 }
 
 /// The last worker on the stack that went idle on this processor: it finds its memory in the cache there, and no other
-/// processor is interrupted for it. If that takes a long look, the last one.
+/// processor is interrupted for it. The last one of all if none is near the top.
 RkPoolWorker& RkThreadPool::Impl::TakeIdle() {
     const int here = ::sched_getcpu();
     const auto end = m_idle.rbegin() + std::min(std::ssize(m_idle), MOST_LOOKED_AT);

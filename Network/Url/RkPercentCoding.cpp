@@ -75,6 +75,7 @@ private:
         }
     }
 
+    // Less than a word. "+" takes no branch of its own, which the short fields of forms would often mispredict.
     void DecodeRest() {
         while (m_from != m_end) {
             if (*m_from == '%')
@@ -108,6 +109,7 @@ private:
         PutFor('%');
     }
 
+    /// Puts one byte for the next `taken` of the text.
     void PutFor(char c, int taken = 1) {
         *m_to++ = c;
         m_from += taken;
